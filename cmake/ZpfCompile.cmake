@@ -1,0 +1,32 @@
+# SPDX-License-Identifier: Apache-2.0
+#
+# Warnings, sanitizers and helpers shared by all targets.
+add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wformat=2 -Wundef
+                    $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor> $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast>
+                    # Assertions and diagnostics name files as they stand in the repository, on any machine.
+                    -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
+if(ZPF_WERROR)
+  add_compile_options(-Werror)
+endif()
+if(ZPF_SANITIZE)
+  add_compile_options(-fsanitize=${ZPF_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=${ZPF_SANITIZE})
+endif()
+if(ZPF_COVERAGE)
+  add_compile_options(--coverage -O0)
+  add_link_options(--coverage)
+endif()
+
+# zpf_add_test(NAME SOURCES... [LIBS ...] [LABELS ...]): a GoogleTest program whose cases are found by ctest.
+function(zpf_add_test name)
+  if(NOT ZPF_TESTS)
+    return()
+  endif()
+  cmake_parse_arguments(arg "" "" "SOURCES;LIBS;LABELS" ${ARGN})
+  if(NOT arg_LABELS)
+    set(arg_LABELS quick)
+  endif()
+  add_executable(${name} ${arg_SOURCES})
+  target_link_libraries(${name} PRIVATE ${arg_LIBS} GTest::gmock GTest::gtest GTest::gtest_main Threads::Threads)
+  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES LABELS "${arg_LABELS}" TIMEOUT 300)
+endfunction()
