@@ -33,7 +33,11 @@ zpf_log* zpf_log_to_sink(zpf_log_sink sink, void* arg);
 /** Closes the log; null is allowed. */
 void zpf_log_close(zpf_log* log);
 
-/** Sets the levels that a filter admits: "off", "error", "trace". @return 0, or -1 for any other word */
+/** Lines that could not be written whole since the log was opened; null asks about standard error. */
+uint64_t zpf_log_failed_lines(const zpf_log* log);
+
+/** Sets the levels that a filter admits: "off" none, "error" errors, "trace" errors and traces.
+ * @return 0, or -1 with the levels unchanged for any other word */
 int zpf_log_filter_set(uint32_t* levels, const char* word);
 
 /** How many call sites of this process have logged so far; numbers kept in slots are 0 up to this count. */
