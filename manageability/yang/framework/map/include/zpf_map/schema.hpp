@@ -9,12 +9,14 @@
 #include <string_view>
 #include <vector>
 
+#include "zpf_map/api.hpp"
+
 namespace zpf {
 
 enum class NodeKind { container, list, leaf, leaf_list };
 
 /// One schema node. Its strings outlive every tree, so nodes of trees point at them instead of copying.
-struct SchemaNode {
+struct ZPF_API SchemaNode {
     std::string tag;
     std::string ns;     ///< namespace URI
     std::string module; ///< name of the module that defines the node
@@ -31,7 +33,7 @@ struct SchemaNode {
     std::string path() const;
 };
 
-class __attribute__((visibility("default"))) Schema {
+class ZPF_API Schema {
 public:
     Schema();
     ~Schema();

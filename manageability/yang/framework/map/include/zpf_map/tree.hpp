@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <optional>
 #include <span>
@@ -13,9 +14,8 @@
 #include <string_view>
 
 #include "zpf/records.h"
+#include "zpf_map/api.hpp"
 #include "zpf_map/schema.hpp"
-
-#define ZPF_API __attribute__((visibility("default")))
 
 namespace zpf {
 
@@ -62,6 +62,10 @@ public:
               int32_t edit_op = ZPF_OP_MERGE);
     /// Appends a deep copy of a node (of any tree), flags of earlier walks left out.
     Node& copy(Node& parent, const Node& source);
+    /// The same, but shares the source's texts: they must outlive this tree.
+    Node& share(Node& parent, const Node& source);
+    /// The same without the source's children.
+    Node& share_alone(Node& parent, const Node& source);
     /// A tree of its own with copies of the root's children.
     Tree clone() const;
 
@@ -70,13 +74,23 @@ public:
     static void remove(Node& parent, std::size_t index);
 
 private:
+    void own_texts(Node& node);
+
     std::shared_ptr<Arena> arena_;
     Node* root_;
 };
 
 /// The children of a node; empty when it has none.
-ZPF_API std::span<const Node> children(const Node& node);
-ZPF_API std::span<Node> children(Node& node);
+inline std::span<const Node> children(const Node& node)
+{
+    const bool valid = (node.state_flags & ZPF_STATE_SUBTREES) != 0 && node.subtrees != nullptr;
+    return valid ? std::span<const Node>{node.subtrees, node.subtree_count} : std::span<const Node>{};
+}
+inline std::span<Node> children(Node& node)
+{
+    const bool valid = (node.state_flags & ZPF_STATE_SUBTREES) != 0 && node.subtrees != nullptr;
+    return valid ? std::span<Node>{node.subtrees, node.subtree_count} : std::span<Node>{};
+}
 
 /// First child with this tag, or null.
 ZPF_API const Node* find_child(const Node& node, std::string_view tag);
@@ -91,9 +105,26 @@ inline std::optional<std::string_view> value_of(const Node& node)
     return std::string_view{node._data};
 }
 
+/// True when the node has a value that is not empty.
+inline bool has_text(const Node& node)
+{
+    return (node.state_flags & ZPF_STATE_VALUE) != 0 && node._data != nullptr && *node._data != '\0';
+}
+
 inline std::string_view tag_of(const Node& node)
 {
     return node.tag ? std::string_view{node.tag} : std::string_view{};
+}
+/// True when the node has this tag. Asked for each sibling that is looked past, so most answers need one character;
+/// what was made by the models often has their very text.
+inline bool has_tag(const Node& node, std::string_view tag)
+{
+    if (node.tag == nullptr || tag.empty()) {
+        return tag_of(node) == tag;
+    }
+    return *node.tag == tag.front() &&
+           (node.tag == tag.data() || std::strncmp(node.tag, tag.data(), tag.size()) == 0) &&
+           node.tag[tag.size()] == '\0';
 }
 inline std::string_view ns_of(const Node& node)
 {
