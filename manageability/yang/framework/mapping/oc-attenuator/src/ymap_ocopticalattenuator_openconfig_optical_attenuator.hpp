@@ -1,0 +1,83 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Symbols of the mapping of openconfig-optical-attenuator: its walkers call its callbacks, those its translations.
+//
+// Names that only hosts look up (second names of the defaults) are not declared here.
+#ifndef YMAP_OCOPTICALATTENUATOR_OPENCONFIG_OPTICAL_ATTENUATOR_HPP
+#define YMAP_OCOPTICALATTENUATOR_OPENCONFIG_OPTICAL_ATTENUATOR_HPP
+
+#include "callback_shapes.hpp"
+
+extern "C" {
+#pragma GCC visibility push(default)
+
+// Walkers.
+oc_attenuator::NodeCallback ymap_ox_ocopticalattenuator_openconfigopticalattenuator_lvla_opticalattenuator;
+oc_attenuator::NodeCallback
+    ymap_ox_ocopticalattenuator_openconfigopticalattenuator_lvla_opticalattenuator_parse_augments;
+oc_attenuator::NodeCallback
+    ymap_ox_ocopticalattenuator_openconfigopticalattenuator_lvla_opticalattenuator_attenuators_parse_augments;
+oc_attenuator::NodeCallback
+    ymap_ox_ocopticalattenuator_openconfigopticalattenuator_lvla_opticalattenuator_attenuators_attenuator_parse_augments;
+oc_attenuator::NodeCallback
+    ymap_ox_ocopticalattenuator_openconfigopticalattenuator_lvla_opticalattenuator_attenuator_config_parse_augments;
+oc_attenuator::NodeCallback
+    ymap_ox_ocopticalattenuator_openconfigopticalattenuator_lvla_opticalattenuator_attenuator_state_parse_augments;
+oc_attenuator::NodeCallback
+    ymap_ox_ocopticalattenuator_openconfigopticalattenuator_lvla_opticalattenuator_state_actualattenuation_parse_augments;
+oc_attenuator::NodeCallback
+    ymap_ox_ocopticalattenuator_openconfigopticalattenuator_lvla_opticalattenuator_state_outputpowertotal_parse_augments;
+oc_attenuator::NodeCallback
+    ymap_ox_ocopticalattenuator_openconfigopticalattenuator_lvla_opticalattenuator_state_opticalreturnloss_parse_augments;
+
+// Callbacks of containers.
+oc_attenuator::ContainerCallback ymap_ox_ocopticalattenuator_openconfigopticalattenuator_duck_map_container;
+oc_attenuator::ContainerCallback ymap_ox_ocopticalattenuator_openconfigopticalattenuator_cont_lvla_opticalattenuator;
+oc_attenuator::ContainerCallback
+    ymap_ox_ocopticalattenuator_openconfigopticalattenuator_cont_lvla_opticalattenuator_attenuators;
+oc_attenuator::ContainerCallback
+    ymap_ox_ocopticalattenuator_openconfigopticalattenuator_cont_lvla_opticalattenuator_attenuator_config;
+oc_attenuator::ContainerCallback
+    ymap_ox_ocopticalattenuator_openconfigopticalattenuator_cont_lvla_opticalattenuator_attenuator_state;
+oc_attenuator::ContainerCallback
+    ymap_ox_ocopticalattenuator_openconfigopticalattenuator_cont_lvla_opticalattenuator_state_actualattenuation;
+
+// Callbacks of lists and leaves.
+oc_attenuator::NodeCallback ymap_ox_ocopticalattenuator_openconfigopticalattenuator_duck_map_list;
+oc_attenuator::NodeCallback ymap_ox_ocopticalattenuator_openconfigopticalattenuator_duck_map_leaf;
+oc_attenuator::NodeCallback
+    ymap_ox_ocopticalattenuator_openconfigopticalattenuator_list_lvla_opticalattenuator_attenuators_attenuator;
+oc_attenuator::NodeCallback
+    ymap_ox_ocopticalattenuator_openconfigopticalattenuator_leaf_lvla_opticalattenuator_attenuator_name;
+oc_attenuator::NodeCallback
+    ymap_ox_ocopticalattenuator_openconfigopticalattenuator_leaf_lvla_opticalattenuator_config_name;
+oc_attenuator::NodeCallback
+    ymap_ox_ocopticalattenuator_openconfigopticalattenuator_leaf_lvla_opticalattenuator_config_attenuation;
+oc_attenuator::NodeCallback
+    ymap_ox_ocopticalattenuator_openconfigopticalattenuator_leaf_lvla_opticalattenuator_config_enabled;
+oc_attenuator::NodeCallback
+    ymap_ox_ocopticalattenuator_openconfigopticalattenuator_leaf_lvla_opticalattenuator_state_name;
+oc_attenuator::NodeCallback
+    ymap_ox_ocopticalattenuator_openconfigopticalattenuator_leaf_lvla_opticalattenuator_state_attenuation;
+oc_attenuator::NodeCallback
+    ymap_ox_ocopticalattenuator_openconfigopticalattenuator_leaf_lvla_opticalattenuator_state_enabled;
+oc_attenuator::NodeCallback
+    ymap_ox_ocopticalattenuator_openconfigopticalattenuator_leaf_lvla_opticalattenuator_state_egressport;
+oc_attenuator::NodeCallback
+    ymap_ox_ocopticalattenuator_openconfigopticalattenuator_leaf_lvla_opticalattenuator_actualattenuation_instant;
+
+// Translations.
+oc_attenuator::NodeCallback oc_opt_att_attenuator_list_to_low;
+oc_attenuator::NodeCallback oc_opt_att_attenuator_key_to_low;
+oc_attenuator::NodeCallback oc_opt_att_cfg_get_attenuator_key_to_low;
+oc_attenuator::NodeCallback oc_opt_att_cfg_attenuation_to_low;
+oc_attenuator::NodeCallback oc_opt_att_state_get_attenuator_key_to_low;
+oc_attenuator::NodeCallback oc_opt_att_state_attenuation_to_low;
+oc_attenuator::NodeCallback oc_opt_att_enabled_to_low;
+oc_attenuator::NodeCallback oc_opt_att_state_egress_port_to_low;
+oc_attenuator::NodeCallback oc_opt_att_state_actual_atten_instant_to_low;
+
+#pragma GCC visibility pop
+}
+
+#endif

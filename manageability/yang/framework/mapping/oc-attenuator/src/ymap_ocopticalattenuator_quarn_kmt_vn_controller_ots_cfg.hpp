@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Symbols of the mapping of Quarn-KMT-VN-controller-ots-cfg: its walkers call its callbacks, those its translation.
+//
+// Names that only hosts look up (second names of the defaults) are not declared here.
+#ifndef YMAP_OCOPTICALATTENUATOR_QUARN_KMT_VN_CONTROLLER_OTS_CFG_HPP
+#define YMAP_OCOPTICALATTENUATOR_QUARN_KMT_VN_CONTROLLER_OTS_CFG_HPP
+
+#include "callback_shapes.hpp"
+
+extern "C" {
+#pragma GCC visibility push(default)
+
+// Walkers.
+oc_attenuator::NodeCallback ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_augment_lvla_interface_configuration;
+oc_attenuator::NodeCallback
+    ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_lvla_interface_configuration_parse_augments;
+oc_attenuator::NodeCallback ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_lvla_ots_parse_augments;
+oc_attenuator::NodeCallback
+    ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_lvla_ots_ingresschannelsliceattns_parse_augments;
+oc_attenuator::NodeCallback
+    ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_lvla_ots_ingresschannelsliceattns_ingresschannelsliceattn_parse_augments;
+oc_attenuator::NodeCallback
+    ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_lvla_ots_ramantxpowers_parse_augments;
+oc_attenuator::NodeCallback
+    ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_lvla_ots_ramantxpowers_ramantxpower_parse_augments;
+oc_attenuator::NodeCallback
+    ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_lvla_ots_egresschannelsliceattns_parse_augments;
+oc_attenuator::NodeCallback
+    ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_lvla_ots_egresschannelsliceattns_egresschannelsliceattn_parse_augments;
+
+// Callbacks of containers.
+oc_attenuator::ContainerCallback ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_duck_map_container;
+oc_attenuator::ContainerCallback ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_cont_lvla_ots;
+
+// Callbacks of lists and leaves.
+oc_attenuator::NodeCallback ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_duck_map_list;
+oc_attenuator::NodeCallback ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_duck_map_leaf;
+oc_attenuator::NodeCallback ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_leaf_lvla_ots_otstxvoaattenuation;
+
+// Translation.
+oc_attenuator::NodeCallback oc_opt_att_cfg_attenuation_to_high;
+
+#pragma GCC visibility pop
+}
+
+#endif

@@ -1,0 +1,97 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Node callbacks of Quarn-KMT-VN-controller-ots-cfg, in the form in which a generator writes them: one row per exported
+// name, no logic. What a row's word means is written in callback_shapes.hpp.
+#include "ymap_ocopticalattenuator_quarn_kmt_vn_controller_ots_cfg.hpp"
+
+// Defaults.
+OCATT_CONTAINER(OCATT_EXPORTED, ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_duck_map_container);
+OCATT_NODE(OCATT_EXPORTED, ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_duck_map_list, passes_over);
+OCATT_NODE(OCATT_EXPORTED, ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_duck_map_leaf, passes_over);
+
+// Mapped nodes, and nodes with a body of their own.
+OCATT_CONTAINER(OCATT_WEAK, ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_cont_lvla_ots);
+OCATT_NODE(OCATT_WEAK, ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_leaf_lvla_ots_otstxvoaattenuation, calls,
+           oc_opt_att_cfg_attenuation_to_high);
+
+// Nodes without a mapping: second names of the defaults.
+OCATT_ALIAS(ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_cont_lvla_ots_egresschannelsliceattns,
+            ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_duck_map_container);
+OCATT_ALIAS(ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_cont_lvla_ots_ingresschannelsliceattns,
+            ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_duck_map_container);
+OCATT_ALIAS(ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_cont_lvla_ots_ramantxpowers,
+            ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_duck_map_container);
+OCATT_ALIAS(
+    ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_list_lvla_ots_egresschannelsliceattns_egresschannelsliceattn,
+    ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_duck_map_list);
+OCATT_ALIAS(
+    ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_list_lvla_ots_ingresschannelsliceattns_ingresschannelsliceattn,
+    ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_duck_map_list);
+OCATT_ALIAS(ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_list_lvla_ots_ramantxpowers_ramantxpower,
+            ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_duck_map_list);
+OCATT_ALIAS(
+    ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_leaf_lvla_ots_egresschannelsliceattn_egresschannelsliceattn,
+    ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_duck_map_leaf);
+OCATT_ALIAS(
+    ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_leaf_lvla_ots_egresschannelsliceattn_egresschannelsliceattnvalue,
+    ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_duck_map_leaf);
+OCATT_ALIAS(
+    ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_leaf_lvla_ots_ingresschannelsliceattn_ingresschannelsliceattn,
+    ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_duck_map_leaf);
+OCATT_ALIAS(
+    ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_leaf_lvla_ots_ingresschannelsliceattn_ingresschannelsliceattnvalue,
+    ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_duck_map_leaf);
+OCATT_ALIAS(ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_leaf_lvla_ots_otsegressamplibr,
+            ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_duck_map_leaf);
+OCATT_ALIAS(ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_leaf_lvla_ots_otsegressamplibrhighthreshold,
+            ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_duck_map_leaf);
+OCATT_ALIAS(ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_leaf_lvla_ots_otsegressamplifiergain,
+            ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_duck_map_leaf);
+OCATT_ALIAS(
+    ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_leaf_lvla_ots_otsegressamplifiergaindegradehighthreshold,
+    ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_duck_map_leaf);
+OCATT_ALIAS(
+    ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_leaf_lvla_ots_otsegressamplifiergaindegradelowthreshold,
+    ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_duck_map_leaf);
+OCATT_ALIAS(ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_leaf_lvla_ots_otsegressamplifiergainrange,
+            ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_duck_map_leaf);
+OCATT_ALIAS(ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_leaf_lvla_ots_otsegressamplifiertilt,
+            ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_duck_map_leaf);
+OCATT_ALIAS(ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_leaf_lvla_ots_otsegressforceapr,
+            ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_duck_map_leaf);
+OCATT_ALIAS(ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_leaf_lvla_ots_otsegressosri,
+            ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_duck_map_leaf);
+OCATT_ALIAS(ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_leaf_lvla_ots_otsegresssafetycontrolmode,
+            ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_duck_map_leaf);
+OCATT_ALIAS(ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_leaf_lvla_ots_otsingressamplifiergain,
+            ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_duck_map_leaf);
+OCATT_ALIAS(
+    ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_leaf_lvla_ots_otsingressamplifiergaindegradehighthreshold,
+    ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_duck_map_leaf);
+OCATT_ALIAS(
+    ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_leaf_lvla_ots_otsingressamplifiergaindegradelowthreshold,
+    ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_duck_map_leaf);
+OCATT_ALIAS(ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_leaf_lvla_ots_otsingressamplifiergainrange,
+            ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_duck_map_leaf);
+OCATT_ALIAS(ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_leaf_lvla_ots_otsingressamplifiertilt,
+            ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_duck_map_leaf);
+OCATT_ALIAS(ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_leaf_lvla_ots_otsingressforceapr,
+            ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_duck_map_leaf);
+OCATT_ALIAS(ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_leaf_lvla_ots_otsingressosri,
+            ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_duck_map_leaf);
+OCATT_ALIAS(ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_leaf_lvla_ots_otsingresssafetycontrolmode,
+            ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_duck_map_leaf);
+OCATT_ALIAS(ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_leaf_lvla_ots_otsramanbr,
+            ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_duck_map_leaf);
+OCATT_ALIAS(ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_leaf_lvla_ots_otsramanbrhighthreshold,
+            ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_duck_map_leaf);
+OCATT_ALIAS(ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_leaf_lvla_ots_otsramanforceapr,
+            ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_duck_map_leaf);
+OCATT_ALIAS(ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_leaf_lvla_ots_otsramanosri,
+            ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_duck_map_leaf);
+OCATT_ALIAS(ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_leaf_lvla_ots_otsramansafetycontrolmode,
+            ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_duck_map_leaf);
+OCATT_ALIAS(ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_leaf_lvla_ots_ramantxpower_ramantxpowerinstance,
+            ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_duck_map_leaf);
+OCATT_ALIAS(ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_leaf_lvla_ots_ramantxpower_ramantxpowervalue,
+            ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotscfg_duck_map_leaf);

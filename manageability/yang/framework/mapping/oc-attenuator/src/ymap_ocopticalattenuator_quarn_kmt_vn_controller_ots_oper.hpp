@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Symbols of the mapping of Quarn-KMT-VN-controller-ots-oper: its walkers call its callbacks, those its translations.
+//
+// The list callback is hand-written: it decides by key which ports are attenuators.
+#ifndef YMAP_OCOPTICALATTENUATOR_QUARN_KMT_VN_CONTROLLER_OTS_OPER_HPP
+#define YMAP_OCOPTICALATTENUATOR_QUARN_KMT_VN_CONTROLLER_OTS_OPER_HPP
+
+#include "callback_shapes.hpp"
+
+extern "C" {
+#pragma GCC visibility push(default)
+
+// Walkers.
+oc_attenuator::NodeCallback ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotsoper_lvla_otsoper;
+oc_attenuator::NodeCallback ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotsoper_lvla_otsoper_parse_augments;
+oc_attenuator::NodeCallback
+    ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotsoper_lvla_otsoper_otsports_parse_augments;
+oc_attenuator::NodeCallback
+    ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotsoper_lvla_otsoper_otsports_otsport_parse_augments;
+oc_attenuator::NodeCallback
+    ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotsoper_lvla_otsoper_otsport_otsinfo_parse_augments;
+
+// Callbacks of containers.
+oc_attenuator::ContainerCallback ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotsoper_duck_map_container;
+oc_attenuator::ContainerCallback ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotsoper_cont_lvla_otsoper;
+oc_attenuator::ContainerCallback ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotsoper_cont_lvla_otsoper_otsports;
+oc_attenuator::ContainerCallback
+    ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotsoper_cont_lvla_otsoper_otsport_otsinfo;
+
+// Callbacks of lists and leaves.
+oc_attenuator::NodeCallback ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotsoper_duck_map_list;
+oc_attenuator::NodeCallback ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotsoper_duck_map_leaf;
+oc_attenuator::NodeCallback ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotsoper_list_lvla_otsoper_otsports_otsport;
+oc_attenuator::NodeCallback
+    ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotsoper_leaf_lvla_otsoper_otsinfo_txvoaattenuation;
+oc_attenuator::NodeCallback ymap_xo_ocopticalattenuator_quarnkmtvncontrollerotsoper_leaf_lvla_otsoper_otsport_name;
+
+// Translations.
+oc_attenuator::NodeCallback oc_opt_att_state_attenuation_to_high;
+oc_attenuator::NodeCallback oc_opt_att_state_get_attenuator_key_to_high;
+
+#pragma GCC visibility pop
+}
+
+#endif

@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Symbols of the mapping of Quarn-KMT-VN-ifmgr-cfg: its walkers call its callbacks, those its translations.
+//
+// Names that only hosts look up (second names of the defaults) are not declared here.
+#ifndef YMAP_OCOPTICALATTENUATOR_QUARN_KMT_VN_IFMGR_CFG_HPP
+#define YMAP_OCOPTICALATTENUATOR_QUARN_KMT_VN_IFMGR_CFG_HPP
+
+#include "callback_shapes.hpp"
+
+extern "C" {
+#pragma GCC visibility push(default)
+
+// Walkers.
+oc_attenuator::NodeCallback ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_lvla_interfaceconfigurations;
+oc_attenuator::NodeCallback ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_lvla_globalinterfaceconfiguration;
+oc_attenuator::NodeCallback ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_lvla_interfaceconfigurations_parse_augments;
+oc_attenuator::NodeCallback
+    ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_lvla_globalinterfaceconfiguration_parse_augments;
+oc_attenuator::NodeCallback
+    ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_lvla_interfaceconfigurations_interfaceconfiguration_dampening_parse_augments;
+oc_attenuator::NodeCallback
+    ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_lvla_interfaceconfigurations_interfaceconfiguration_mtus_parse_augments;
+oc_attenuator::NodeCallback
+    ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_lvla_interfaceconfigurations_mtus_mtu_parse_augments;
+oc_attenuator::NodeCallback
+    ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_lvla_interfaceconfigurations_interfaceconfiguration_encapsulation_parse_augments;
+oc_attenuator::NodeCallback
+    ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_lvla_interfaceconfigurations_interfaceconfiguration_parse_augments;
+
+// Callbacks of containers.
+oc_attenuator::ContainerCallback ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_duck_map_container;
+oc_attenuator::ContainerCallback ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_cont_lvla_interfaceconfigurations;
+
+// Callbacks of lists and leaves.
+oc_attenuator::NodeCallback ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_duck_map_list;
+oc_attenuator::NodeCallback ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_duck_map_leaf;
+oc_attenuator::NodeCallback
+    ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_list_lvla_interfaceconfigurations_interfaceconfiguration;
+oc_attenuator::NodeCallback
+    ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_leaf_lvla_interfaceconfigurations_interfaceconfiguration_interfacename;
+
+// Translations.
+oc_attenuator::NodeCallback oc_opt_att_attenuator_list_to_high;
+oc_attenuator::NodeCallback oc_opt_att_attenuator_key_to_high;
+
+#pragma GCC visibility pop
+}
+
+#endif

@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Node callbacks of Quarn-KMT-VN-ifmgr-cfg, in the form in which a generator writes them: one row per exported name, no
+// logic. What a row's word means is written in callback_shapes.hpp.
+#include "ymap_ocopticalattenuator_quarn_kmt_vn_ifmgr_cfg.hpp"
+
+// Defaults.
+OCATT_CONTAINER(OCATT_EXPORTED, ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_duck_map_container);
+OCATT_NODE(OCATT_EXPORTED, ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_duck_map_list, passes_over);
+OCATT_NODE(OCATT_EXPORTED, ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_duck_map_leaf, passes_over);
+
+// Mapped nodes, and nodes with a body of their own.
+OCATT_CONTAINER(OCATT_WEAK, ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_cont_lvla_interfaceconfigurations);
+OCATT_NODE(OCATT_WEAK,
+           ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_list_lvla_interfaceconfigurations_interfaceconfiguration,
+           calls, oc_opt_att_attenuator_list_to_high);
+OCATT_NODE(
+    OCATT_WEAK,
+    ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_leaf_lvla_interfaceconfigurations_interfaceconfiguration_interfacename,
+    calls, oc_opt_att_attenuator_key_to_high);
+
+// Nodes without a mapping: second names of the defaults.
+OCATT_ALIAS(ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_cont_lvla_globalinterfaceconfiguration,
+            ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_duck_map_container);
+OCATT_ALIAS(
+    ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_cont_lvla_interfaceconfigurations_interfaceconfiguration_dampening,
+    ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_duck_map_container);
+OCATT_ALIAS(
+    ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_cont_lvla_interfaceconfigurations_interfaceconfiguration_encapsulation,
+    ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_duck_map_container);
+OCATT_ALIAS(
+    ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_cont_lvla_interfaceconfigurations_interfaceconfiguration_mtus,
+    ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_duck_map_container);
+OCATT_ALIAS(ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_list_lvla_interfaceconfigurations_mtus_mtu,
+            ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_duck_map_list);
+OCATT_ALIAS(ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_leaf_lvla_globalinterfaceconfiguration_linkstatus,
+            ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_duck_map_leaf);
+OCATT_ALIAS(ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_leaf_lvla_interfaceconfigurations_dampening_args,
+            ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_duck_map_leaf);
+OCATT_ALIAS(ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_leaf_lvla_interfaceconfigurations_dampening_halflife,
+            ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_duck_map_leaf);
+OCATT_ALIAS(ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_leaf_lvla_interfaceconfigurations_dampening_restartpenalty,
+            ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_duck_map_leaf);
+OCATT_ALIAS(ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_leaf_lvla_interfaceconfigurations_dampening_reusethreshold,
+            ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_duck_map_leaf);
+OCATT_ALIAS(
+    ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_leaf_lvla_interfaceconfigurations_dampening_suppressthreshold,
+    ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_duck_map_leaf);
+OCATT_ALIAS(ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_leaf_lvla_interfaceconfigurations_dampening_suppresstime,
+            ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_duck_map_leaf);
+OCATT_ALIAS(
+    ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_leaf_lvla_interfaceconfigurations_encapsulation_capsulationoptions,
+    ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_duck_map_leaf);
+OCATT_ALIAS(
+    ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_leaf_lvla_interfaceconfigurations_encapsulation_encapsulation,
+    ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_duck_map_leaf);
+OCATT_ALIAS(
+    ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_leaf_lvla_interfaceconfigurations_interfaceconfiguration_active,
+    ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_duck_map_leaf);
+OCATT_ALIAS(
+    ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_leaf_lvla_interfaceconfigurations_interfaceconfiguration_bandwidth,
+    ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_duck_map_leaf);
+OCATT_ALIAS(
+    ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_leaf_lvla_interfaceconfigurations_interfaceconfiguration_description,
+    ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_duck_map_leaf);
+OCATT_ALIAS(
+    ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_leaf_lvla_interfaceconfigurations_interfaceconfiguration_interfacemodenonphysical,
+    ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_duck_map_leaf);
+OCATT_ALIAS(
+    ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_leaf_lvla_interfaceconfigurations_interfaceconfiguration_interfacevirtual,
+    ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_duck_map_leaf);
+OCATT_ALIAS(
+    ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_leaf_lvla_interfaceconfigurations_interfaceconfiguration_linkstatus,
+    ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_duck_map_leaf);
+OCATT_ALIAS(
+    ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_leaf_lvla_interfaceconfigurations_interfaceconfiguration_secondaryadminstate,
+    ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_duck_map_leaf);
+OCATT_ALIAS(
+    ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_leaf_lvla_interfaceconfigurations_interfaceconfiguration_shutdown,
+    ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_duck_map_leaf);
+OCATT_ALIAS(ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_leaf_lvla_interfaceconfigurations_mtu_mtu,
+            ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_duck_map_leaf);
+OCATT_ALIAS(ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_leaf_lvla_interfaceconfigurations_mtu_owner,
+            ymap_xo_ocopticalattenuator_quarnkmtvnifmgrcfg_duck_map_leaf);
