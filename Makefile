@@ -1,0 +1,77 @@
+# SPDX-License-Identifier: Apache-2.0
+#
+# The few commands a newcomer needs. Each installs what it lacks, builds in build/<preset> and runs.
+.DEFAULT_GOAL := help
+.PHONY: help build demo test asan tsan clang bench coverage format format-check spdx-check tidy check install clean
+
+PRESET ?= dev
+JOBS ?= $(shell nproc)
+
+help: ## this list
+	@grep -E '^[a-z-]+:.*##' $(MAKEFILE_LIST) | sed -E 's/:[^#]*## /\t/' | expand -t 16
+
+.PRECIOUS: build/%/build.ninja
+
+# A build folder is configured once; CMake itself notices changes after that.
+build/%/build.ninja:
+	@tools/install-deps build
+	cmake --preset $* $(CMAKE_ARGS)
+
+build-%: build/%/build.ninja
+	cmake --build --preset $* -j $(JOBS)
+
+build: ## everything, in build/dev
+	@tools/install-deps build
+	@$(MAKE) --no-print-directory build-$(PRESET)
+
+demo: build ## one edit to the device and back, on one screen
+	@build/$(PRESET)/bin/zpf-demo
+
+test: build ## all tests
+	ctest --preset $(PRESET) -j $(JOBS)
+
+asan: ## all tests under AddressSanitizer and UBSan
+	@$(MAKE) --no-print-directory test PRESET=asan
+
+tsan: ## all tests under ThreadSanitizer
+	@$(MAKE) --no-print-directory test PRESET=tsan
+
+clang: ## all tests, built with clang
+	@tools/install-deps check
+	@$(MAKE) --no-print-directory test PRESET=dev-clang
+
+bench: ## what is measured, beside libyang in the same run
+	@tools/install-deps build bench
+	@$(MAKE) --no-print-directory build-release
+	@build/release/bin/zpf-bench $(BENCH_ARGS)
+
+coverage: ## executed lines of the plug-in
+	@tools/install-deps build coverage
+	@$(MAKE) --no-print-directory test PRESET=coverage
+	gcovr --root . --object-directory build/coverage --filter 'manageability/yang/framework/mapping/oc-attenuator/src/'
+
+sources = git ls-files '*.c' '*.h' '*.cpp' '*.hpp'
+
+format: ## formats all sources
+	@tools/install-deps check
+	$(sources) | xargs clang-format -i
+
+format-check: ## says which sources are not formatted
+	@tools/install-deps check
+	$(sources) | xargs clang-format --dry-run --Werror
+
+tidy: build ## clang-tidy over what is shipped
+	@tools/install-deps check
+	@git ls-files 'manageability/*.cpp' 'demo/*.cpp' | grep -v /test/ | \
+		xargs -P $(JOBS) -n 2 clang-tidy -p build/$(PRESET) --quiet
+
+spdx-check: ## says which files lack their licence line
+	@tools/check-spdx
+
+check: format-check spdx-check tidy clang ## what CI checks besides the tests
+
+install: build-release ## installs to PREFIX (default /usr/local)
+	cmake --install build/release --prefix $(or $(PREFIX),/usr/local)
+
+clean: ## removes build/
+	rm -rf build
