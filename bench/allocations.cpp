@@ -31,7 +31,7 @@ namespace {
 
 /// Where a library's code lies.
 struct Range {
-    std::string_view library; ///< part of its file name; empty is this program
+    std::string_view object_file; ///< part of its file name; empty is this program
     std::size_t begin = 0;
     std::size_t end = 0;
 };
@@ -51,7 +51,7 @@ int find_range(dl_phdr_info* info, std::size_t, void* arg)
     Range& range = *static_cast<Range*>(arg);
     const std::string_view path = info->dlpi_name;
     const std::string_view file = path.substr(path.rfind('/') + 1);
-    if (range.library.empty() ? !path.empty() : file.find(range.library) == std::string_view::npos) {
+    if (range.object_file.empty() ? !path.empty() : file.find(range.object_file) == std::string_view::npos) {
         return 0;
     }
     for (const ElfW(Phdr) & part : std::span{info->dlpi_phdr, info->dlpi_phnum}) {
@@ -109,7 +109,7 @@ void find_ranges(std::span<Range> ranges)
 {
     for (Range& range : ranges) {
         if (dl_iterate_phdr(find_range, &range) == 0 || range.end == range.begin) {
-            throw std::runtime_error("no code of " + std::string(range.library) + " in this process");
+            throw std::runtime_error("no code of " + std::string(range.object_file) + " in this process");
         }
     }
     std::array<void*, 1> once{};

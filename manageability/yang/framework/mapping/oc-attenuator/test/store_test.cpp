@@ -17,7 +17,7 @@ namespace {
 
 /** What the store answers, and what it was asked. */
 struct Store {
-    bool library_is_there = true;
+    bool store_is_installed = true;
     qerrno bind_result = 0;
     bool gives_handle = true;
     qerrno list_result = 0;
@@ -40,7 +40,7 @@ __attribute__((visibility("default"))) int access(const char* path, int mode) no
 {
     if (store != nullptr && std::strcmp(path, KELDA_LIBRARY_FILE) == 0) {
         ++store->probes;
-        return mode == R_OK && store->library_is_there ? 0 : -1;
+        return mode == R_OK && store->store_is_installed ? 0 : -1;
     }
     return static_cast<int>(syscall(SYS_faccessat, AT_FDCWD, path, mode));
 }
@@ -178,7 +178,7 @@ TEST_F(StoreQuestion, ReportsAFailureToBind)
 
 TEST_F(StoreQuestion, NeitherBindsNorUnbindsWithoutTheLibrary)
 {
-    answers.library_is_there = false;
+    answers.store_is_installed = false;
     EXPECT_EQ(ask("x"), 0);
     EXPECT_THAT(answers.calls, IsEmpty());
     EXPECT_THAT(framework.messages("TRC"), ElementsAre("kelda_bind failed no store here"));
@@ -186,14 +186,14 @@ TEST_F(StoreQuestion, NeitherBindsNorUnbindsWithoutTheLibrary)
 
 TEST_F(StoreQuestion, LooksForTheLibraryUntilItIsThereAndNeverAgain)
 {
-    answers.library_is_there = false;
+    answers.store_is_installed = false;
     ask("x");
     ask("x");
     EXPECT_EQ(answers.probes, 2);
-    answers.library_is_there = true;
+    answers.store_is_installed = true;
     ask("x");
     EXPECT_EQ(answers.probes, 3);
-    answers.library_is_there = false;
+    answers.store_is_installed = false;
     answers.calls.clear();
     EXPECT_EQ(ask("x"), 0);
     EXPECT_EQ(answers.probes, 3);
