@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The C library's end of a failed assertion, taken over while a probe waits for one. Jumping out of it is sound here:
-// no function of the plug-in keeps anything that would have to be released.
+// no function of the plug-in keeps anything that would have to be released. A test's own call must not either, so
+// it looks its function up beforehand.
 #include "assertion_probe.hpp"
 
 #include <csetjmp>

@@ -259,9 +259,10 @@ TEST_F(MissingContext, StopsTheKeySearchOnlyAfterItsLookAtTheNode)
 TEST_F(MissingContext, StopsUtilitiesBeforeAnyReport)
 {
     using NameTest = int32_t(zpf_map_ctx, const char*, char*);
-    const auto name_test = test::failed_assertion(
-        [] { Plugin::shared().get<NameTest>("is_controller_name_valid")(nullptr, "Ots0/0/0/0", nullptr); });
-    const auto print = test::failed_assertion([] { Plugin::shared().get<void(zpf_map_ctx)>("print_data")(nullptr); });
+    auto* is_valid = Plugin::shared().get<NameTest>("is_controller_name_valid");
+    auto* print_data = Plugin::shared().get<void(zpf_map_ctx)>("print_data");
+    const auto name_test = test::failed_assertion([&] { is_valid(nullptr, "Ots0/0/0/0", nullptr); });
+    const auto print = test::failed_assertion([&] { print_data(nullptr); });
     ASSERT_TRUE(name_test && print);
     EXPECT_EQ(name_test->function.rfind("int32_t is_controller_name_valid(", 0), 0u) << name_test->function;
     EXPECT_TRUE(print->file.ends_with("/src/utility.cpp"));

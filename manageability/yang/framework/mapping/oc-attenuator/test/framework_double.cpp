@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 namespace test {
 namespace {
@@ -45,9 +46,14 @@ FrameworkDouble::FrameworkDouble()
 
 FrameworkDouble::~FrameworkDouble()
 {
-    named_free(request.error_tag);
-    named_free(request.error_message);
+    clear_error();
     current_double = nullptr;
+}
+
+void FrameworkDouble::clear_error()
+{
+    named_free(std::exchange(request.error_tag, nullptr));
+    named_free(std::exchange(request.error_message, nullptr));
 }
 
 FrameworkDouble& FrameworkDouble::current()

@@ -58,6 +58,9 @@ public:
     /** The one that records now; there is at most one. */
     static FrameworkDouble& current();
 
+    /** Releases the error texts that the plug-in left in the request. */
+    void clear_error();
+
     zpf_map_context context{};
     zpf_map_request request{};
     zpf_request_header header{};

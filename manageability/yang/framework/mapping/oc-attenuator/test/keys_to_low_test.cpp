@@ -182,6 +182,7 @@ TEST_F(AttenuatorKeyToLow, RefusesAMalformedNameInAGetOnly)
         EXPECT_EQ(result, ZPF_RC_OK);
         EXPECT_THAT(adds_of(kKeyToLow, kGet, oc("name", name)), IsEmpty());
         EXPECT_EQ(result, ZPF_RC_INVALID_VALUE);
+        framework.clear_error();
     }
 }
 
