@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // From trees to libyang data, validated or as they are.
-#include "build.hpp"
+#include "zpf_bridge/build.hpp"
 
 #include <array>
 
@@ -31,7 +31,9 @@ std::string with_keys(const Node& node, const SchemaNode& own)
 
 class DataBuilder {
 public:
-    explicit DataBuilder(const Models& models) : ctx_(*models.libyang().models), schema_(models.schema()) {}
+    DataBuilder(const Models& models, const std::function<void(const Unfit&)>& left_out)
+        : ctx_(*models.libyang().models), schema_(models.schema()), left_out_(left_out)
+    {}
 
     DataPtr run(const Node& root)
     {
@@ -57,8 +59,7 @@ private:
         } else if (own.kind == NodeKind::container) {
             check(lyd_new_inner(parent, module, own.tag.c_str(), 0, &made), path);
         } else {
-            const std::string value(value_of(node).value_or(""));
-            check(lyd_new_term(parent, module, own.tag.c_str(), value.c_str(), 0, &made), path);
+            build_leaf(node, own, parent, module, path, &made);
         }
         // A top node is nobody's until it is adopted.
         DataPtr owned{parent == nullptr ? made : nullptr};
@@ -73,6 +74,18 @@ private:
         }
         static_cast<void>(owned.release());
         return made;
+    }
+
+    void build_leaf(const Node& node, const SchemaNode& own, lyd_node* parent, const lys_module* module,
+                    const std::string& path, lyd_node** made) const
+    {
+        const std::string value(value_of(node).value_or(""));
+        const LY_ERR rc = lyd_new_term(parent, module, own.tag.c_str(), value.c_str(), 0, made);
+        if (rc != LY_SUCCESS && left_out_) {
+            left_out_(Unfit(path, last_complaint(ctx_).reason));
+        } else {
+            check(rc, path);
+        }
     }
 
     /// libyang reads as many of the values as the list has keys; as arguments they may hold any quotes.
@@ -103,6 +116,7 @@ private:
 
     const ly_ctx& ctx_;
     const Schema& schema_;
+    const std::function<void(const Unfit&)>& left_out_;
 };
 
 const char* operation_word(int32_t op)
@@ -200,9 +214,9 @@ private:
 
 } // namespace
 
-DataPtr build_data(const Models& models, const Node& root)
+DataPtr build_data(const Models& models, const Node& root, const std::function<void(const Unfit&)>& left_out)
 {
-    return DataBuilder(models).run(root);
+    return DataBuilder(models, left_out).run(root);
 }
 
 DataPtr build_opaque(const Models& models, const Node& root, LYD_FORMAT format)

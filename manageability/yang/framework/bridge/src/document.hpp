@@ -10,8 +10,8 @@
 #include <unordered_map>
 #include <vector>
 
-#include "ly.hpp"
 #include "text_guard.hpp"
+#include "zpf_bridge/libyang.hpp"
 
 namespace zpf::bridge {
 

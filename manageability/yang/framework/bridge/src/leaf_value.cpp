@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Values are judged one by one, so a reference is taken for what it may refer to and not for what is there.
-#include "leaf_value.hpp"
+#include "zpf_bridge/leaf_value.hpp"
 
 #include <functional>
 #include <string_view>

@@ -10,18 +10,20 @@
 #include <set>
 #include <sstream>
 
-#include "ly.hpp"
+#include "zpf_bridge/libyang.hpp"
 #include "zpf_map/plugin.hpp"
 
 namespace zpf::bridge {
 
 namespace {
 
-ContextPtr new_context()
+ContextPtr new_context(bool yang_library)
 {
     ly_log_options(LY_LOSTORE); // errors are collected and reported by us, never printed
+    const auto options =
+        static_cast<uint16_t>((yang_library ? 0 : LY_CTX_NO_YANGLIBRARY) | LY_CTX_DISABLE_SEARCHDIR_CWD);
     ly_ctx* raw = nullptr;
-    if (ly_ctx_new(nullptr, LY_CTX_NO_YANGLIBRARY | LY_CTX_DISABLE_SEARCHDIR_CWD, &raw) != LY_SUCCESS) {
+    if (ly_ctx_new(nullptr, options, &raw) != LY_SUCCESS) {
         throw Failure("libyang gives no context: out of memory?");
     }
     return ContextPtr{raw};
@@ -135,6 +137,19 @@ Schema describe_models(const ly_ctx& ctx)
     return schema;
 }
 
+void load(ly_ctx& ctx, const HostModule& module)
+{
+    std::vector<const char*> features;
+    for (const std::string& feature : module.features) {
+        features.push_back(feature.c_str());
+    }
+    features.push_back(nullptr);
+    const char* const revision = module.revision.empty() ? nullptr : module.revision.c_str();
+    if (ly_ctx_load_module(&ctx, module.name.c_str(), revision, features.data()) == nullptr) {
+        throw Failure("YANG module " + module.name + " cannot be loaded: " + all_complaints(ctx));
+    }
+}
+
 } // namespace
 
 Complaint last_complaint(const ly_ctx& ctx)
@@ -160,21 +175,24 @@ Complaint last_complaint(const ly_ctx& ctx)
     return complaint;
 }
 
-Models::Models(const std::vector<std::string>& directories) : libyang_(std::make_unique<LibyangModels>())
+Models::Models(const ModelSet& set) : libyang_(std::make_unique<LibyangModels>())
 {
-    libyang_->blank = new_context();
-    libyang_->models = new_context();
+    libyang_->blank = new_context(false);
+    libyang_->models = new_context(set.yang_library);
     ly_ctx* const ctx = libyang_->models.get();
-    const auto names = modules_in(directories);
-    for (const std::string& directory : directories) {
-        ly_ctx_set_searchdir(ctx, directory.c_str());
-    }
-    for (const std::string& name : names) {
-        if (ly_ctx_load_module(ctx, name.c_str(), nullptr, nullptr) == nullptr) {
-            throw Failure("YANG module " + name + " cannot be loaded: " + all_complaints(*ctx));
+    const auto names = modules_in(set.directories);
+    for (const auto* directories : {&set.directories, &set.search}) {
+        for (const std::string& directory : *directories) {
+            ly_ctx_set_searchdir(ctx, directory.c_str());
         }
     }
-    schema_ = describe_models(*ctx);
+    for (const std::string& name : names) {
+        load(*ctx, HostModule{name, "", {}});
+    }
+    schema_ = describe_models(*ctx); // before the host's own: these are no business of mappings
+    for (const HostModule& module : set.host_modules) {
+        load(*ctx, module);
+    }
 }
 
 Models::~Models() = default;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Trees to text by way of libyang, and the judgement of native data after an edit.
-#include "build.hpp"
+#include "zpf_bridge/build.hpp"
 #include "zpf_bridge/data.hpp"
 #include "zpf_map/plugin.hpp"
 

@@ -3,7 +3,7 @@
 // One walk over a document, element by element, with the model's node beside it.
 #include "reader.hpp"
 
-#include "leaf_value.hpp"
+#include "zpf_bridge/leaf_value.hpp"
 #include "operation_words.hpp"
 
 namespace zpf::bridge {

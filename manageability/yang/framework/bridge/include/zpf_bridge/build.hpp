@@ -3,10 +3,11 @@
 // Trees as libyang data.
 #pragma once
 
+#include <functional>
 #include <stdexcept>
 #include <string>
 
-#include "ly.hpp"
+#include "zpf_bridge/libyang.hpp"
 #include "zpf_map/tree.hpp"
 
 namespace zpf::bridge {
@@ -21,8 +22,9 @@ private:
     std::string path_;
 };
 
-/// Data of the models, values validated. Throws Unfit.
-DataPtr build_data(const Models& models, const Node& root);
+/// Data of the models, values validated. A leaf that does not fit is left out when there is somebody to tell of it;
+/// otherwise, and for all else, throws Unfit.
+DataPtr build_data(const Models& models, const Node& root, const std::function<void(const Unfit&)>& left_out = {});
 
 /// Elements as they are: operations become attributes, missing values and keys stay missing.
 DataPtr build_opaque(const Models& models, const Node& root, LYD_FORMAT format);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// libyang handles with their owners. Nothing outside of this folder includes libyang.
+// libyang handles with their owners, for hosts that speak libyang themselves. Mappings and the framework never see it.
 #pragma once
 
 #include <libyang/libyang.h>
