@@ -1,0 +1,160 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Opening of database files, look-ups and walks.
+#include "environment.hpp"
+
+#include <fmt/format.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <utility>
+
+#include "failure.hpp"
+#include "format.hpp"
+
+namespace kelda::detail {
+
+namespace {
+
+constexpr unsigned kMaxReaders = 1022;
+constexpr mode_t kFileMode = 0640;
+
+/// The records of "meta". Throws StoreError for another format or version.
+void require_format(MDB_txn* txn, MDB_dbi meta, const std::string& path)
+{
+    const auto text = [&](std::string_view key) -> std::string_view {
+        MDB_val key_value = to_val(key);
+        MDB_val value;
+        return mdb_get(txn, meta, &key_value, &value) == 0 ? to_view(value) : std::string_view{};
+    };
+    const std::string_view name = text(kFormatKey);
+    const std::string_view version = text(kVersionKey);
+    if (name != kFormatName || version != kFormatVersion) {
+        throw StoreError{
+            StoreError::Kind::version,
+            fmt::format("{} has format \"{}\" version \"{}\", this program reads \"{}\" version \"{}\": use the "
+                        "release that wrote it, or restore a dump (zpf store load) into an empty folder",
+                        path, name, version, kFormatName, kFormatVersion)};
+    }
+}
+
+void write_format(MDB_txn* txn, MDB_dbi meta, const std::string& path)
+{
+    for (const auto& [key, text] : {std::pair{kFormatKey, kFormatName}, std::pair{kVersionKey, kFormatVersion}}) {
+        MDB_val key_value = to_val(key);
+        MDB_val value = to_val(text);
+        require(mdb_put(txn, meta, &key_value, &value, 0), "write", path);
+    }
+}
+
+} // namespace
+
+Environment::Environment(std::string path, Use use, unsigned flags, std::size_t map_bytes) : path_{std::move(path)}
+{
+    MDB_env* env = nullptr;
+    require(mdb_env_create(&env), "open", path_);
+    env_.reset(env);
+    require(mdb_env_set_maxdbs(env, 2), "open", path_);
+    require(mdb_env_set_maxreaders(env, kMaxReaders), "open", path_);
+    if (map_bytes != 0) {
+        require(mdb_env_set_mapsize(env, map_bytes), "open", path_);
+    }
+    flags |= MDB_NOTLS | MDB_NOSUBDIR | (use == Use::read ? MDB_RDONLY : 0U);
+    require(mdb_env_open(env, path_.c_str(), flags, kFileMode), use == Use::make ? "make" : "open", path_);
+    require_whole();
+    open_databases(use);
+}
+
+/// A file that was cut would end the process with a signal as soon as a page beyond its end is read.
+void Environment::require_whole() const
+{
+    MDB_envinfo info;
+    MDB_stat pages;
+    mdb_env_info(env_.get(), &info);
+    mdb_env_stat(env_.get(), &pages);
+    struct stat file {};
+    int fd = -1;
+    mdb_env_get_fd(env_.get(), &fd);
+    if (fstat(fd, &file) == 0 && (info.me_last_pgno + 1) * pages.ms_psize > static_cast<std::size_t>(file.st_size)) {
+        fail_damaged(path_, fmt::format("{} bytes are missing at its end", (info.me_last_pgno + 1) * pages.ms_psize -
+                                                                               static_cast<std::size_t>(file.st_size)));
+    }
+}
+
+void Environment::open_databases(Use use)
+{
+    const bool is_new = use == Use::make;
+    TxnPtr txn = begin(use == Use::read ? MDB_RDONLY : 0U);
+    MDB_dbi meta = 0;
+    const int code = mdb_dbi_open(txn.get(), "meta", is_new ? MDB_CREATE : 0U, &meta);
+    if (code == MDB_NOTFOUND || code == MDB_INCOMPATIBLE) {
+        fail_damaged(path_, "it is a database, but not of this system");
+    }
+    require(code, "open", path_);
+    if (is_new) {
+        write_format(txn.get(), meta, path_);
+    }
+    require_format(txn.get(), meta, path_);
+    const int found = mdb_dbi_open(txn.get(), "records", is_new ? MDB_CREATE : 0U, &records_);
+    if (found == MDB_NOTFOUND || found == MDB_INCOMPATIBLE) {
+        fail_damaged(path_, "the table of records is missing");
+    }
+    require(found, "open", path_);
+    require(mdb_txn_commit(txn.release()), is_new ? "make" : "open", path_);
+}
+
+std::uint64_t Environment::last_commit() const
+{
+    MDB_envinfo info;
+    mdb_env_info(env_.get(), &info);
+    return info.me_last_txnid;
+}
+
+TxnPtr Environment::begin(unsigned flags) const
+{
+    MDB_txn* txn = nullptr;
+    require(mdb_txn_begin(env_.get(), nullptr, flags, &txn), (flags & MDB_RDONLY) != 0 ? "read" : "write", path_);
+    return TxnPtr{txn};
+}
+
+std::optional<std::string_view> get_record(MDB_txn* txn, const Environment& env, std::string_view key)
+{
+    if (key.empty() || key.size() > kMaxKeyBytes) {
+        return std::nullopt; // LMDB takes these for wrong calls
+    }
+    MDB_val key_value = to_val(key);
+    MDB_val value;
+    const int code = mdb_get(txn, env.records(), &key_value, &value);
+    if (code == MDB_NOTFOUND) {
+        return std::nullopt;
+    }
+    require(code, "read", env.path());
+    return to_view(value);
+}
+
+bool walk_records(MDB_txn* txn, const Environment& env, const Range& range, Visitor visit)
+{
+    const std::string_view first = std::max(range.prefix, range.first);
+    MDB_cursor* opened = nullptr;
+    require(mdb_cursor_open(txn, env.records(), &opened), "read", env.path());
+    const CursorPtr cursor{opened};
+    // A longer key than any in the store: its beginning leads to the first one that can follow.
+    MDB_val key = to_val(first.substr(0, kMaxKeyBytes));
+    MDB_val value;
+    int code = mdb_cursor_get(opened, &key, &value, first.empty() ? MDB_FIRST : MDB_SET_RANGE);
+    for (; code == 0; code = mdb_cursor_get(opened, &key, &value, MDB_NEXT)) {
+        const std::string_view name = to_view(key);
+        if (!name.starts_with(range.prefix) || (!range.end.empty() && name >= range.end)) {
+            return true;
+        }
+        if (name >= first && !visit(name, to_view(value))) {
+            return false;
+        }
+    }
+    if (code != MDB_NOTFOUND) {
+        fail(code, "read", env.path());
+    }
+    return true;
+}
+
+} // namespace kelda::detail

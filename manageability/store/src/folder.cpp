@@ -1,0 +1,212 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Locks: everybody shares the folder itself, and who replaces the data file has it alone; who writes locks the file
+// "lock", which names its process. The system drops all of them when a process ends, however it ends.
+#include "folder.hpp"
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <map>
+#include <mutex>
+
+#include "failure.hpp"
+#include "format.hpp"
+
+namespace kelda::detail {
+
+namespace {
+
+using Kind = StoreError::Kind;
+namespace fs = std::filesystem;
+
+FileDescriptor open_folder(const std::string& path, bool create)
+{
+    constexpr int kFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
+    FileDescriptor fd{::open(path.c_str(), kFlags)};
+    if (!fd && errno == ENOENT && create) {
+        std::error_code error;
+        fs::create_directories(path, error);
+        require(error.value(), "make the folder", path);
+        const FileDescriptor parent{::open((path + "/..").c_str(), kFlags)};
+        ::fsync(parent.get()); // without it a power cut takes the folder away again
+        fd = FileDescriptor{::open(path.c_str(), kFlags)};
+    }
+    if (!fd && errno == ENOENT) {
+        throw StoreError{Kind::missing, fmt::format("there is no folder {}: check the path", path)};
+    }
+    require(fd ? 0 : errno, "open the folder", path);
+    return fd;
+}
+
+/// What the file "lock" says, for a message.
+std::string writer_named_in(int fd)
+{
+    std::array<char, 32> text{};
+    const ssize_t length = ::pread(fd, text.data(), text.size() - 1, 0);
+    std::string pid{text.data(), length > 0 ? static_cast<std::size_t>(length) : 0};
+    while (!pid.empty() && pid.back() == '\n') {
+        pid.pop_back();
+    }
+    const bool is_alive =
+        !pid.empty() && (::kill(static_cast<pid_t>(std::strtol(pid.c_str(), nullptr, 10)), 0) == 0 || errno == EPERM);
+    return is_alive ? "process " + pid : "another process"; // one that only checks the store leaves no number
+}
+
+/// The folders that this process has open, each with the process that opened it: a forked child has none of its own.
+struct OpenFolders {
+    std::mutex mutex;
+    std::map<std::pair<dev_t, ino_t>, pid_t> owners;
+};
+
+OpenFolders& open_folders()
+{
+    static auto& folders = *new OpenFolders; // stores may be closed while the process ends
+    return folders;
+}
+
+} // namespace
+
+Folder::OnceInProcess::OnceInProcess(const std::string& path, int folder_fd)
+{
+    struct stat status {};
+    require(fstat(folder_fd, &status) == 0 ? 0 : errno, "open the folder", path);
+    id_ = {status.st_dev, status.st_ino};
+    OpenFolders& folders = open_folders();
+    const std::lock_guard guard{folders.mutex};
+    pid_t& owner = folders.owners[id_];
+    if (owner == ::getpid()) {
+        throw StoreError{Kind::in_use, fmt::format("{} is open in this process already: use that store", path)};
+    }
+    owner = ::getpid();
+}
+
+Folder::OnceInProcess::~OnceInProcess()
+{
+    OpenFolders& folders = open_folders();
+    const std::lock_guard guard{folders.mutex};
+    folders.owners.erase(id_);
+}
+
+Folder::Folder(std::string path, Access access, bool create)
+    : path_{std::move(path)}, folder_fd_{open_folder(path_, create)}, once_{path_, folder_fd_.get()}
+{
+    share_or_take(access);
+    if (access != Access::read) {
+        // Looked at before the first file is made: a folder of something else stays as it is.
+        require_store_or_nothing(create);
+        become_writer();
+    }
+}
+
+Folder::~Folder() = default;
+
+void Folder::share_or_take(Access access) const
+{
+    const int kind = access == Access::replace ? LOCK_EX : LOCK_SH;
+    if (::flock(folder_fd_.get(), kind | LOCK_NB) == 0) {
+        return;
+    }
+    if (errno != EWOULDBLOCK) {
+        fail(errno, "lock the folder", path_);
+    }
+    throw StoreError{Kind::in_use,
+                     access == Access::replace
+                         ? fmt::format("{} is in use: stop the agent, and what else reads the store, first", path_)
+                         : fmt::format("{} is being compacted: try again in a moment", path_)};
+}
+
+void Folder::become_writer()
+{
+    const std::string name = file(kWriterFile);
+    writer_fd_ = FileDescriptor{::open(name.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644)};
+    require(writer_fd_ ? 0 : errno, "open for writing", name);
+    if (::flock(writer_fd_.get(), LOCK_EX | LOCK_NB) != 0) {
+        if (errno != EWOULDBLOCK) {
+            fail(errno, "lock", name);
+        }
+        throw StoreError{Kind::in_use, fmt::format("{} is in use by {}: stop it first, or choose another folder", path_,
+                                                   writer_named_in(writer_fd_.get()))};
+    }
+    const std::string pid = fmt::format("{}\n", ::getpid());
+    const bool named = ::ftruncate(writer_fd_.get(), 0) == 0 &&
+                       ::pwrite(writer_fd_.get(), pid.data(), pid.size(), 0) == static_cast<ssize_t>(pid.size());
+    require(named ? 0 : errno, "write", name);
+}
+
+bool Folder::has(const char* name) const
+{
+    struct stat ignored {};
+    return ::fstatat(folder_fd_.get(), name, &ignored, AT_SYMLINK_NOFOLLOW) == 0;
+}
+
+bool Folder::require_store_or_nothing(bool create) const
+{
+    if (has(kDataFile)) {
+        return true;
+    }
+    for (const char* part : {kDataLockFile, kVolatileFile, kVolatileLockFile}) {
+        if (has(part)) {
+            throw StoreError{Kind::missing,
+                             fmt::format("{} is missing beside {}: put it back, or restore the store from a dump (zpf "
+                                         "store load) into an empty folder",
+                                         file(kDataFile), part)};
+        }
+    }
+    std::error_code error;
+    for (const fs::directory_entry& entry : fs::directory_iterator{path_, error}) {
+        const std::string name = entry.path().filename().string();
+        // What is left when making a store was cut short, and what a fresh file system brings along.
+        if (name != kWriterFile && name != kNewDataFile && name != "lost+found") {
+            throw StoreError{
+                Kind::missing,
+                fmt::format("{} holds something else ({}): a store wants a folder of its own", path_, name)};
+        }
+    }
+    require(error.value(), "list the folder", path_);
+    if (!create) {
+        throw StoreError{Kind::missing, fmt::format("there is no store in {}: check the path", path_)};
+    }
+    return false;
+}
+
+bool Folder::keep_writers_out()
+{
+    const std::string name = file(kWriterFile);
+    writer_fd_ = FileDescriptor{::open(name.c_str(), O_RDONLY | O_CLOEXEC)};
+    if (!writer_fd_ && errno == ENOENT) {
+        return true; // nobody has ever written here, as with a copy of a store
+    }
+    require(writer_fd_ ? 0 : errno, "open", name);
+    if (::flock(writer_fd_.get(), LOCK_SH | LOCK_NB) == 0) {
+        return true;
+    }
+    require(errno == EWOULDBLOCK ? 0 : errno, "lock", name);
+    return false;
+}
+
+void Folder::give_to_owner() const noexcept
+{
+    struct stat folder {};
+    if (::geteuid() != 0 || ::fstat(folder_fd_.get(), &folder) != 0 || folder.st_uid == 0) {
+        return;
+    }
+    for (const char* name : {kDataFile, kDataLockFile, kVolatileFile, kVolatileLockFile, kWriterFile}) {
+        // Some may not be there; one that cannot be given away is named when its user opens the store.
+        static_cast<void>(::fchownat(folder_fd_.get(), name, folder.st_uid, folder.st_gid, AT_SYMLINK_NOFOLLOW) == 0);
+    }
+}
+
+void Folder::sync() const
+{
+    require(::fsync(folder_fd_.get()) == 0 ? 0 : errno, "sync the folder", path_);
+}
+
+} // namespace kelda::detail

@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The folder of a store: who may have it open, and what must and must not be in it.
+#pragma once
+
+#include <sys/types.h>
+
+#include <string>
+#include <utility>
+
+#include "file_descriptor.hpp"
+
+namespace kelda::detail {
+
+enum class Access {
+    read,    ///< beside a writer and others that read
+    write,   ///< the only writer
+    replace, ///< alone: for putting another data file in the place of the present one
+};
+
+/// Locks are held as long as it lives.
+class Folder {
+public:
+    /// Makes the folder when `create` says so. Throws StoreError when others stand in the way, or the folder is
+    /// missing.
+    Folder(std::string path, Access access, bool create);
+    Folder(Folder&&) = delete;
+    Folder& operator=(Folder&&) = delete;
+    ~Folder();
+
+    const std::string& path() const { return path_; }
+    std::string file(const char* name) const { return path_ + "/" + name; }
+    bool has(const char* name) const;
+
+    /// Throws StoreError unless the folder has a data file, or has nothing and may be given one. True if it has one.
+    bool require_store_or_nothing(bool create) const;
+    /// Keeps those out that would begin to write, as long as it lives. False when somebody writes already.
+    bool keep_writers_out();
+    /// What root makes in somebody's folder becomes that user's, who could not open it otherwise.
+    void give_to_owner() const noexcept;
+    /// Forces renamed and removed names to disk.
+    void sync() const;
+
+private:
+    /// Keeps a process from opening a folder twice, which would drop the database's locks when one of them is closed.
+    class OnceInProcess {
+    public:
+        explicit OnceInProcess(const std::string& path, int folder_fd);
+        OnceInProcess(OnceInProcess&&) = delete;
+        OnceInProcess& operator=(OnceInProcess&&) = delete;
+        ~OnceInProcess();
+
+    private:
+        std::pair<dev_t, ino_t> id_;
+    };
+
+    void share_or_take(Access access) const;
+    void become_writer();
+
+    std::string path_;
+    FileDescriptor folder_fd_;
+    OnceInProcess once_;
+    FileDescriptor writer_fd_;
+};
+
+} // namespace kelda::detail
