@@ -1,0 +1,109 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Start tags of rpc messages.
+#include "envelope.hpp"
+
+#include "rpc_error.hpp"
+
+namespace zpf::agent {
+
+namespace {
+
+bool is_blank(char c)
+{
+    return c == ' ' || c == '\t' || c == '\r' || c == '\n';
+}
+
+std::size_t skip_blanks(std::string_view text, std::size_t at)
+{
+    while (at < text.size() && is_blank(text[at])) {
+        ++at;
+    }
+    return at;
+}
+
+/// Behind an XML declaration and white space.
+std::size_t skip_prolog(std::string_view text)
+{
+    std::size_t at = skip_blanks(text, 0);
+    if (text.substr(at, 5) == "<?xml") {
+        const std::size_t end = text.find("?>", at);
+        at = end == std::string_view::npos ? text.size() : skip_blanks(text, end + 2);
+    }
+    return at;
+}
+
+} // namespace
+
+std::optional<Envelope> Envelope::scan(std::string_view message)
+{
+    Envelope envelope;
+    envelope.message_ = message;
+    std::size_t at = skip_prolog(message);
+    if (at >= message.size() || message[at] != '<') {
+        return std::nullopt;
+    }
+    const std::size_t name_end = message.find_first_of(" \t\r\n/>", ++at);
+    if (name_end == std::string_view::npos) {
+        return std::nullopt;
+    }
+    std::string_view name = message.substr(at, name_end - at);
+    if (const auto colon = name.find(':'); colon != std::string_view::npos) {
+        name.remove_prefix(colon + 1);
+    }
+    if (name != "rpc") {
+        return std::nullopt;
+    }
+    for (at = skip_blanks(message, name_end); at < message.size() && message[at] != '>';
+         at = skip_blanks(message, at)) {
+        const std::size_t equals = message.find('=', at);
+        if (equals == std::string_view::npos) {
+            return std::nullopt;
+        }
+        const std::size_t quote = skip_blanks(message, equals + 1);
+        if (quote >= message.size() || (message[quote] != '"' && message[quote] != '\'')) {
+            return std::nullopt;
+        }
+        const std::size_t end = message.find(message[quote], quote + 1);
+        if (end == std::string_view::npos) {
+            return std::nullopt;
+        }
+        std::string_view attribute = message.substr(at, equals - at);
+        while (!attribute.empty() && is_blank(attribute.back())) {
+            attribute.remove_suffix(1);
+        }
+        if (attribute == "message-id") {
+            envelope.message_id_ = message.substr(quote + 1, end - quote - 1);
+            envelope.has_message_id_ = true;
+        }
+        if (attribute != "xmlns") {
+            envelope.attributes_.append(" ").append(message.substr(at, end + 1 - at));
+        }
+        at = end + 1;
+    }
+    return envelope;
+}
+
+std::string Envelope::identity() const
+{
+    if (!has_message_id_) {
+        return std::string{message_};
+    }
+    const auto begin = static_cast<std::size_t>(message_id_.data() - message_.data());
+    std::string text;
+    text.reserve(message_.size());
+    text.append(message_.substr(0, begin)).append(message_.substr(begin + message_id_.size()));
+    return text;
+}
+
+void Envelope::open_reply(std::string& out) const
+{
+    out.append("<rpc-reply xmlns=\"").append(kBaseNamespace).append("\"").append(attributes_).append(">");
+}
+
+void Envelope::open_anonymous_reply(std::string& out)
+{
+    out.append("<rpc-reply xmlns=\"").append(kBaseNamespace).append("\">");
+}
+
+} // namespace zpf::agent

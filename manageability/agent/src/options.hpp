@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// What zpfd is told when it is started.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "limits.hpp"
+
+namespace zpf::agent {
+
+struct Options {
+    std::string store;
+    bool relaxed = false;            ///< --sync relaxed
+    std::vector<std::string> listen; ///< unix:PATH, ssh:ADDR:PORT, tls:ADDR:PORT
+    std::string seed;
+    std::vector<std::pair<std::string, std::string>> authorized_keys; ///< user, file
+    std::vector<std::pair<std::string, std::string>> tls_users;       ///< fingerprint, user
+    std::string tls_certificate;
+    std::string tls_key;
+    std::string tls_ca;
+    std::string plugin_dir;
+    std::vector<std::string> yang_dirs;
+    std::vector<std::string> protocol_yang_dirs;
+    std::string device = "sim";
+    double slew_db_per_s = 0; ///< of the simulated attenuators; 0: at once
+    int log_level = 2;        ///< 1 error, 2 info, 3 debug
+    std::string mapping_log = "off";
+    std::string trace_file;
+    bool trace = false;
+    unsigned threads = 2;
+    Limits limits;
+};
+
+struct ListenAddress {
+    std::string kind;  ///< unix, ssh or tls
+    std::string place; ///< path, or host
+    uint16_t port = 0;
+};
+
+/// Throws std::invalid_argument.
+ListenAddress parse_listen(const std::string& text);
+
+} // namespace zpf::agent

@@ -1,0 +1,176 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Answers to reads. A request for the client model alone goes from the mapping straight into the message; everything
+// else becomes libyang data, is cut to what the user may see, then to what was asked for.
+#include "read.hpp"
+
+#include "readings.hpp"
+#include "records.hpp"
+#include "rpc_error.hpp"
+#include "subtree_filter.hpp"
+#include "zpf_bridge/build.hpp"
+
+namespace zpf::agent {
+
+namespace {
+
+class Answer {
+public:
+    Answer(const ReadPlan& plan, Mapper& mapper, ReplyPrinter& printer, const ReadSources& sources)
+        : plan_(plan), mapper_(mapper), printer_(printer), sources_(sources), yang_(mapper.yang())
+    {}
+
+    void print(std::string& out)
+    {
+        out.append("<data xmlns=\"").append(plan_.data_namespace()).append("\">");
+        if (plan_.is_mapped_only() && sees_all(*plan_.parts().front().top)) {
+            const ReadResult result = map();
+            printer_.print(result.reply.root(), out, sources_.left_out);
+        } else {
+            gather();
+            prune();
+            cut();
+            print_data(out);
+        }
+        out.append("</data>");
+    }
+
+private:
+    /// The user sees less before the filter does: a condition must not tell of what is hidden.
+    void prune()
+    {
+        lyd_node* first = data_.release();
+        sources_.nacm.prune_unreadable(sources_.who, &first);
+        data_.reset(first);
+    }
+
+    bool sees_all(const lysc_node& top) const
+    {
+        return sources_.who.recovery ||
+               (sources_.nacm.reads_everything(sources_.who) && !sources_.nacm.marked(*top.module));
+    }
+
+    ReadResult map()
+    {
+        const uint32_t kind = plan_.with_state() ? ZPF_REQUEST_GET : ZPF_REQUEST_GET_CONFIG;
+        const StoreSource source(yang_, sources_.config, plan_.with_state() ? &sources_.operational : nullptr);
+        ReadResult result = mapper_.driver().read(mapper_.context(), kind, &plan_.client_request().root(), source);
+        if (result.refusal) {
+            throw refused(*result.refusal);
+        }
+        return result;
+    }
+
+    void add(bridge::DataPtr part)
+    {
+        if (!part) {
+            return;
+        }
+        lyd_node* first = data_.release();
+        lyd_insert_sibling(first, part.release(), &first);
+        data_.reset(first);
+    }
+
+    void gather()
+    {
+        for (const ReadPlan::Part& part : plan_.parts()) {
+            switch (yang_.home(*part.top)) {
+            case Home::mapped:
+                add(bridge::build_data(yang_.models(), map().reply.root(), [this](const bridge::Unfit& unfit) {
+                    sources_.left_out(unfit.path() + ": " + unfit.what());
+                }));
+                break;
+            case Home::native:
+            case Home::agent_config:
+                add(load(part));
+                break;
+            case Home::operational:
+                add(yang_.schema().find_top(part.top->name) != nullptr ? load_readings(yang_, sources_.operational)
+                                                                       : sources_.state(*part.top));
+                break;
+            }
+        }
+        if (plan_.with_defaults() != WithDefaults::explicit_only) {
+            for (lyd_node* top = data_.get(); top != nullptr; top = top->next) {
+                lyd_new_implicit_tree(top, LYD_IMPLICIT_NO_STATE, nullptr);
+            }
+        }
+    }
+
+    bridge::DataPtr load(const ReadPlan::Part& part)
+    {
+        TreeBuilder builder(yang_);
+        for (const std::string& name : part.names) {
+            if (name.back() == '=') {
+                sources_.config.scan(name, [&](std::string_view key, std::string_view value) {
+                    builder.add(key, value);
+                    return true;
+                });
+            } else {
+                builder.load(sources_.config, name);
+            }
+        }
+        bridge::DataPtr data = builder.take();
+        if (plan_.with_state() && yang_.home(*part.top) == Home::agent_config) {
+            bridge::DataPtr state = sources_.state(*part.top);
+            if (!data) {
+                return state;
+            }
+            lyd_node* first = data.release();
+            lyd_merge_siblings(&first, state.get(), 0);
+            data.reset(first);
+        }
+        return data;
+    }
+
+    void cut()
+    {
+        if (!plan_.xpath().empty()) {
+            keep_selected(yang_, plan_.xpath(), data_);
+        } else if (plan_.filter()) {
+            keep_subtrees(yang_, plan_.filter(), data_);
+        }
+        if (plan_.with_config() != plan_.with_state() && data_) {
+            keep_config(plan_.with_config(), data_);
+        }
+        if (plan_.levels() > 0) {
+            keep_levels(plan_.levels(), data_);
+        }
+    }
+
+    void print_data(std::string& out)
+    {
+        if (!data_) {
+            return;
+        }
+        char* text = nullptr;
+        const uint32_t options = LYD_PRINT_WITHSIBLINGS | LYD_PRINT_SHRINK | print_option(plan_.with_defaults());
+        if (lyd_print_mem(&text, data_.get(), LYD_XML, options) != LY_SUCCESS) {
+            throw std::bad_alloc();
+        }
+        const bridge::TextPtr owned{text};
+        out.append(text ? text : "");
+    }
+
+    const ReadPlan& plan_;
+    Mapper& mapper_;
+    ReplyPrinter& printer_;
+    const ReadSources& sources_;
+    const Yang& yang_;
+    bridge::DataPtr data_;
+};
+
+} // namespace
+
+void answer(const ReadPlan& plan, Mapper& mapper, ReplyPrinter& printer, const ReadSources& sources, std::string& out)
+{
+    const std::size_t length = out.size();
+    try {
+        Answer(plan, mapper, printer, sources).print(out);
+    } catch (...) {
+        out.resize(length);
+        throw;
+    }
+}
+
+} // namespace zpf::agent

@@ -1,0 +1,95 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Seeding.
+#include "seed.hpp"
+
+#include <fstream>
+#include <iterator>
+
+#include "record_path.hpp"
+#include "records.hpp"
+#include "zpf_bridge/data.hpp"
+#include "zpf_map/plugin.hpp"
+
+namespace zpf::agent {
+
+namespace {
+
+constexpr std::string_view kSeeded = "/agent/seeded";
+constexpr std::string_view kReadings = "/agent/first-readings/"; ///< PORT/LEAF, encoded
+
+std::string text_of(const std::string& file)
+{
+    std::ifstream in(file, std::ios::binary);
+    if (!in) {
+        throw Failure(file + ": the seed cannot be read");
+    }
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
+void put_readings(const Node& root, kelda::Transaction& transaction)
+{
+    const Node* const top = find_child(root, "ots-oper");
+    const Node* const ports = top ? find_child(*top, "ots-ports") : nullptr;
+    if (ports == nullptr) {
+        return;
+    }
+    for (const Node& port : children(*ports)) {
+        const Node* const name = find_child(port, "name");
+        const Node* const info = find_child(port, "ots-info");
+        if (name == nullptr) {
+            continue;
+        }
+        std::string key{kReadings};
+        append_encoded(key, value_of(*name).value_or(""));
+        transaction.put(key, "");
+        for (const Node& leaf : info ? children(*info) : std::span<const Node>{}) {
+            transaction.put(key + "/" + std::string{tag_of(leaf)}, value_of(leaf).value_or(""));
+        }
+    }
+}
+
+} // namespace
+
+bool seed(const Yang& yang, kelda::Store& store, const std::string& file)
+{
+    kelda::Transaction transaction = store.write();
+    bool used = transaction.get(kSeeded).has_value();
+    transaction.scan(kConfigBranch, [&](std::string_view, std::string_view) {
+        used = true;
+        return false;
+    });
+    if (used) {
+        return false;
+    }
+    const Tree data = bridge::parse_native(yang.models(), text_of(file), file);
+    Records records;
+    add_records(yang.schema(), data.root(), records);
+    for (const auto& [name, value] : records) {
+        transaction.put(name, value);
+    }
+    put_readings(data.root(), transaction);
+    transaction.put(kSeeded, "");
+    transaction.commit();
+    return true;
+}
+
+std::vector<device::Reading> first_readings(const kelda::Reader& store)
+{
+    std::vector<device::Reading> readings;
+    store.scan(kReadings, [&](std::string_view key, std::string_view value) {
+        const std::string_view rest = key.substr(kReadings.size());
+        const auto slash = rest.find('/');
+        const std::string port = decoded(rest.substr(0, slash));
+        if (readings.empty() || readings.back().port != port) {
+            readings.push_back({port, {}});
+        }
+        if (slash != std::string_view::npos) {
+            readings.back().leaves.emplace_back(rest.substr(slash + 1), std::string{value});
+        }
+        return true;
+    });
+    return readings;
+}
+
+} // namespace zpf::agent

@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// What a new store begins with.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "kelda/store.hpp"
+#include "yang.hpp"
+#include "zpf_device/driver.hpp"
+
+namespace zpf::agent {
+
+/**
+ * Puts native data into a store that was never seeded and has no configuration: all of it or, on a failure, nothing.
+ * Readings in them become what the simulated device begins with, now and at each later start.
+ * @return true when it did, false when the store had data already
+ * Throws bridge::BadInput for a file that the models do not take, Failure for one that cannot be read.
+ */
+bool seed(const Yang& yang, kelda::Store& store, const std::string& file);
+
+/// Readings that the device begins with.
+std::vector<device::Reading> first_readings(const kelda::Reader& store);
+
+} // namespace zpf::agent

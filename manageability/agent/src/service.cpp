@@ -1,0 +1,293 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// From messages to operations, and reads.
+#include "service.hpp"
+
+#include <array>
+
+#include "rpc_error.hpp"
+#include "service_request.hpp"
+
+namespace zpf::agent {
+
+namespace {
+
+constexpr std::size_t kLongMessageBytes = 32 * 1024; ///< parsing more would keep the loop from other sessions
+
+} // namespace
+
+std::shared_ptr<const ReadPlan> PlanCache::find(const std::string& identity) const
+{
+    const std::lock_guard lock(mutex_);
+    const auto found = plans_.find(identity);
+    return found == plans_.end() ? nullptr : found->second;
+}
+
+void PlanCache::add(std::string identity, std::shared_ptr<const ReadPlan> plan)
+{
+    if (identity.size() > kMostBytes) {
+        return;
+    }
+    const std::lock_guard lock(mutex_);
+    if (plans_.size() >= kMostPlans) {
+        plans_.clear();
+    }
+    plans_[std::move(identity)] = std::move(plan);
+}
+
+Service::Handler Service::find_handler(Element operation)
+{
+    struct Row {
+        std::string_view name;
+        Handler handler;
+    };
+    static constexpr std::array kBase{
+        Row{"get", &Service::read},
+        Row{"get-config", &Service::read},
+        Row{"edit-config", &Service::edit_config},
+        Row{"copy-config", &Service::copy_config},
+        Row{"delete-config", &Service::delete_config},
+        Row{"lock", &Service::lock},
+        Row{"unlock", &Service::unlock},
+        Row{"close-session", &Service::close_session},
+        Row{"kill-session", &Service::kill_session},
+        Row{"discard-changes", &Service::discard_changes},
+        Row{"commit", &Service::commit},
+        Row{"cancel-commit", &Service::cancel_commit},
+        Row{"validate", &Service::validate_config},
+    };
+    static constexpr std::array kNmda{Row{"get-data", &Service::read}, Row{"edit-data", &Service::edit_data}};
+    static constexpr std::array kMonitoring{Row{"get-schema", &Service::get_schema}};
+    static constexpr std::array kNotifications{Row{"create-subscription", &Service::create_subscription}};
+    static constexpr std::array kAgent{
+        Row{"set-diagnostics", &Service::set_diagnostics},
+        Row{"preview-edit", &Service::preview_edit},
+        Row{"inject-fault", &Service::inject_fault},
+        Row{"clear-fault", &Service::clear_fault},
+    };
+    const auto find = [&](const auto& rows) -> Handler {
+        for (const Row& row : rows) {
+            if (row.name == operation.name()) {
+                return row.handler;
+            }
+        }
+        return nullptr;
+    };
+    if (operation.ns() == kBaseNamespace) {
+        return find(kBase);
+    }
+    if (operation.ns() == "urn:ietf:params:xml:ns:yang:ietf-netconf-nmda") {
+        return find(kNmda);
+    }
+    if (operation.ns() == "urn:ietf:params:xml:ns:yang:ietf-netconf-monitoring") {
+        return find(kMonitoring);
+    }
+    if (operation.ns() == "urn:ietf:params:xml:ns:netconf:notification:1.0") {
+        return find(kNotifications);
+    }
+    return operation.ns() == "urn:zpf:yang:zpf-agent" ? find(kAgent) : nullptr;
+}
+
+void check_parameters(Element operation, std::initializer_list<std::string_view> known)
+{
+    for (const Element child : operation.children()) {
+        bool found = false;
+        for (const std::string_view name : known) {
+            found = found || (child.name() == name && child.ns() == operation.ns());
+        }
+        if (!found) {
+            throw refused_protocol("unknown-element", "The operation has no such parameter.",
+                                   std::string{child.name()});
+        }
+    }
+}
+
+void Service::serve(Lane& lane, const std::shared_ptr<SessionInfo>& session, std::string message, bool on_loop,
+                    Complete complete)
+{
+    const auto request = std::make_shared<Request>();
+    request->session = session;
+    request->text = std::move(message);
+    request->complete = std::move(complete);
+    request->envelope = Envelope::scan(request->text);
+    request->nacm = parts_.rules.get();
+    if (on_loop && request->text.size() > kLongMessageBytes) {
+        parts_.pool.submit([this, request](Lane& other) { parse_and_serve(other, request, false); });
+    } else {
+        parse_and_serve(lane, request, on_loop);
+    }
+}
+
+void Service::parse_and_serve(Lane& lane, const RequestPtr& request, bool on_loop)
+{
+    // libyang keeps complaints per thread; those of earlier requests are of no interest.
+    ly_err_clean(const_cast<ly_ctx*>(&parts_.mapping.yang().ctx()), nullptr);
+    ly_err_clean(parts_.mapping.yang().models().libyang().blank.get(), nullptr);
+    try {
+        dispatch(lane, request, on_loop);
+    } catch (const Refused& refusal) {
+        fail(*request, refusal.errors());
+    } catch (const std::exception& error) {
+        parts_.log(1, request->operation + ": " + error.what());
+        RpcError told;
+        told.tag = "operation-failed";
+        told.message = error.what();
+        fail(*request, {told});
+    }
+}
+
+void Service::dispatch(Lane& lane, const RequestPtr& request, bool on_loop)
+{
+    if (request->envelope && request->envelope->has_message_id()) {
+        if (const auto plan = plans_.find(request->envelope->identity())) {
+            ++parts_.counters.cached_plans;
+            request->operation = plan->operation();
+            check_rights(*request, plan->element());
+            if (!on_loop || plan->is_light()) {
+                run_read(lane, *request, *plan);
+            } else {
+                parts_.pool.submit([this, request, plan](Lane& other) { run_read(other, *request, *plan); });
+            }
+            return;
+        }
+    }
+    request->message = std::make_shared<const Message>(parts_.mapping.yang().models(), request->text);
+    const Element rpc = request->message->top();
+    if (!rpc.is("rpc", kBaseNamespace) || !request->envelope) {
+        throw refused_protocol("malformed-message", "A message is an \"rpc\" element of NETCONF's base namespace.",
+                               std::string{rpc.name()});
+    }
+    if (!request->envelope->has_message_id()) {
+        RpcError error = refused_protocol("missing-attribute", "The rpc has no message-id.").errors().front();
+        error.type = "rpc";
+        error.info = {{"bad-attribute", "message-id"}, {"bad-element", "rpc"}};
+        throw Refused(std::move(error));
+    }
+    const Element operation = rpc.first_child();
+    if (!operation || operation.next()) {
+        throw refused_protocol("missing-element", "An rpc holds one operation.", "rpc");
+    }
+    request->operation = operation.name();
+    const Handler handler = find_handler(operation);
+    if (handler == nullptr) {
+        const bool known = parts_.mapping.yang().module_of_namespace(operation.ns()) != nullptr;
+        RpcError error = refused_protocol(known ? "operation-not-supported" : "unknown-namespace",
+                                          "There is no such operation.", std::string{operation.name()})
+                             .errors()
+                             .front();
+        if (!known) {
+            error.info.emplace_back("bad-namespace", std::string{operation.ns()});
+        }
+        throw Refused(std::move(error));
+    }
+    check_rights(*request, operation);
+    (this->*handler)(lane, request, operation, on_loop);
+}
+
+void Service::check_rights(const Request& request, Element operation) const
+{
+    if (request.session->who.recovery) {
+        return;
+    }
+    const Yang& yang = parts_.mapping.yang();
+    const lys_module* const module = yang.module_of_namespace(operation.ns());
+    const std::string name{operation.name()};
+    const lysc_node* const rpc = module ? lys_find_child(nullptr, module, name.c_str(), 0, LYS_RPC, 0) : nullptr;
+    if (rpc != nullptr && !request.nacm->may_execute(request.session->who, *module, *rpc)) {
+        ++parts_.nacm_counters.denied_operations;
+        throw refused_protocol("access-denied", "The access rules do not permit this operation.");
+    }
+}
+
+void Service::read(Lane& lane, const RequestPtr& request, Element operation, bool on_loop)
+{
+    const auto plan = std::make_shared<const ReadPlan>(parts_.mapping.yang(), request->message, operation);
+    plans_.add(request->envelope->identity(), plan);
+    if (!on_loop || plan->is_light()) {
+        run_read(lane, *request, *plan);
+    } else {
+        parts_.pool.submit([this, request, plan](Lane& other) {
+            try {
+                run_read(other, *request, *plan);
+            } catch (const Refused& refusal) {
+                fail(*request, refusal.errors());
+            }
+        });
+    }
+}
+
+void Service::run_read(Lane& lane, Request& request, const ReadPlan& plan)
+{
+    const Stopwatch time(parts_.counters.mapping);
+    lane.mapper.begin(request.session->id, request.envelope->message_id(), request.operation);
+    std::string body;
+    try {
+        const kelda::Snapshot snapshot = parts_.store.snapshot();
+        const auto candidate = plan.datastore() == Datastore::candidate ? parts_.writer.candidate() : nullptr;
+        const StateSource state = [this](const lysc_node& top) { return parts_.state.below(top); };
+        const std::function<void(const std::string&)> left_out = [this](const std::string& reason) {
+            ++parts_.counters.readings_left_out;
+            parts_.log(2, "left out of a reply: " + reason);
+        };
+        const auto run = [&](const kelda::Reader& config) {
+            answer(plan, lane.mapper, lane.printer,
+                   {config, snapshot, state, *request.nacm, request.session->who, left_out}, body);
+        };
+        if (candidate && !candidate->empty()) {
+            run(Overlay(snapshot, *candidate));
+        } else {
+            run(snapshot);
+        }
+    } catch (const Refused& refusal) {
+        fail(request, refusal.errors());
+        return;
+    } catch (const std::exception& error) {
+        parts_.log(1, request.operation + ": " + error.what());
+        RpcError told;
+        told.tag = "operation-failed";
+        told.message = error.what();
+        fail(request, {told});
+        return;
+    }
+    finish(request, std::move(body));
+}
+
+void Service::write(const RequestPtr& request, Writer::Work work)
+{
+    parts_.writer.submit(request->session, std::string{request->envelope->message_id()}, request->operation,
+                         std::move(work), [this, request](std::string reply, const std::vector<RpcError>& errors) {
+                             errors.empty() ? finish(*request, std::move(reply)) : fail(*request, errors);
+                         });
+}
+
+void Service::finish(Request& request, std::string body, Outcome outcome)
+{
+    parts_.counters.count_request(request.operation, true);
+    outcome.reply.reserve(body.size() + 256);
+    request.envelope->open_reply(outcome.reply);
+    outcome.reply.append(body.empty() ? std::string_view{"<ok/>"} : std::string_view{body});
+    Envelope::close_reply(outcome.reply);
+    request.complete(std::move(outcome));
+}
+
+void Service::fail(Request& request, const std::vector<RpcError>& errors)
+{
+    parts_.counters.count_request(request.operation, false);
+    for (const RpcError& error : errors) {
+        parts_.counters.count_refusal(error.tag);
+    }
+    parts_.log(3, "session " + std::to_string(request.session->id) + ": " + request.operation +
+                      " refused: " + errors.front().tag + ": " + errors.front().message);
+    Outcome outcome;
+    outcome.errors = true;
+    if (request.envelope) {
+        request.envelope->open_reply(outcome.reply);
+    } else {
+        Envelope::open_anonymous_reply(outcome.reply);
+    }
+    print(outcome.reply, errors);
+    Envelope::close_reply(outcome.reply);
+    request.complete(std::move(outcome));
+}
+
+} // namespace zpf::agent

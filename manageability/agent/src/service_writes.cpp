@@ -1,0 +1,418 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Operations that change something, or must not run beside one that does.
+#include <charconv>
+
+#include "confirmed_record.hpp"
+#include "rpc_error.hpp"
+#include "service_request.hpp"
+
+namespace zpf::agent {
+
+namespace {
+
+/// A configuration without anything in it.
+class Nothing final : public kelda::Reader {
+public:
+    std::optional<std::string_view> get(std::string_view) const override { return std::nullopt; }
+    void scan_from(std::string_view, std::string_view, kelda::Visitor) const override {}
+};
+
+/// Datastore that a parameter names; throws Refused.
+bool names_candidate(Element operation, std::string_view parameter)
+{
+    const Element holder = operation.child(parameter);
+    const Element name = holder ? holder.first_child() : Element{};
+    if (!name) {
+        throw refused_protocol("missing-element", "The request does not say which datastore it means.",
+                               std::string{parameter});
+    }
+    if (name.name() == "candidate" || name.name() == "running") {
+        return name.name() == "candidate";
+    }
+    const bool url = name.name() == "url" || name.name() == "startup";
+    throw refused_protocol(url ? "operation-not-supported" : "unknown-element",
+                           "There is no datastore \"" + std::string{name.name()} + "\" here.",
+                           std::string{name.name()});
+}
+
+Operation default_operation_of(Element operation)
+{
+    const Element element = operation.child("default-operation");
+    if (!element) {
+        return Operation::merge;
+    }
+    const auto found = find_operation(element.text());
+    if (!found || (*found != Operation::merge && *found != Operation::replace && *found != Operation::none)) {
+        throw refused_protocol("invalid-value",
+                               "\"" + std::string{element.text()} + "\" is none of merge, replace and none.",
+                               "default-operation");
+    }
+    return *found;
+}
+
+/// Throws unless the element, if it is there, holds one of the words.
+std::string_view word_of(Element operation, std::string_view name, std::initializer_list<std::string_view> words)
+{
+    const Element element = operation.child(name);
+    if (!element) {
+        return {};
+    }
+    for (const std::string_view word : words) {
+        if (element.text() == word) {
+            return word;
+        }
+    }
+    throw refused_protocol("invalid-value", "\"" + std::string{element.text()} + "\" is no value of this parameter.",
+                           std::string{name});
+}
+
+void change_candidate(WriterTurn& turn, const ChangeSet& set)
+{
+    for (const auto& [name, value] : set.changes) {
+        turn.state().candidate[name] = value;
+        if (set.through_client.count(name) != 0) {
+            turn.state().through_client.insert(name);
+        } else {
+            turn.state().through_client.erase(name);
+        }
+    }
+    // What ends up as running has it is no change.
+    std::erase_if(turn.state().candidate,
+                  [&](const auto& change) { return turn.running().get(change.first) == change.second; });
+}
+
+} // namespace
+
+void Service::edit_config(Lane&, const RequestPtr& request, Element operation, bool)
+{
+    check_parameters(operation, {"target", "default-operation", "test-option", "error-option", "config", "url"});
+    const bool candidate = names_candidate(operation, "target");
+    const Element config = operation.child("config");
+    if (!config) {
+        throw operation.child("url")
+            ? refused_protocol("operation-not-supported", "Configuration is not fetched from elsewhere.", "url")
+            : refused_protocol("missing-element", "The edit has no configuration.", "config");
+    }
+    edit(request, config, candidate, operation);
+}
+
+void Service::edit_data(Lane&, const RequestPtr& request, Element operation, bool)
+{
+    check_parameters(operation, {"datastore", "default-operation", "config", "url"});
+    const Element datastore = operation.child("datastore");
+    std::string_view name = datastore ? datastore.text() : std::string_view{};
+    name.remove_prefix(name.find(':') == std::string_view::npos ? 0 : name.find(':') + 1);
+    if (name != "running" && name != "candidate") {
+        throw refused_protocol(datastore ? "invalid-value" : "missing-element",
+                               "The datastores that can be edited are running and candidate.", "datastore");
+    }
+    const Element config = operation.child("config");
+    if (!config) {
+        throw refused_protocol("missing-element", "The edit has no configuration.", "config");
+    }
+    edit(request, config, name == "candidate", operation);
+}
+
+void Service::edit(const RequestPtr& request, Element config, bool candidate, Element operation)
+{
+    const Operation default_operation = default_operation_of(operation);
+    const std::string_view test = word_of(operation, "test-option", {"test-then-set", "set", "test-only"});
+    word_of(operation, "error-option", {"stop-on-error", "continue-on-error", "rollback-on-error"});
+    // A candidate may pass through states that no running configuration may have, unless the client asks.
+    const bool judge = !candidate || test == "test-then-set" || test == "test-only";
+    write(request, [this, request, config, candidate, default_operation, judge, test](WriterTurn& turn) {
+        turn.check_lock(candidate);
+        const Author author = request->author(parts_.nacm_counters);
+        ChangeSet set;
+        {
+            const Stopwatch time(parts_.counters.mapping);
+            const Overlay over = turn.candidate();
+            const kelda::Reader& base = candidate ? static_cast<const kelda::Reader&>(over) : turn.running();
+            set = change_of(turn.mapper(), base, config, default_operation, judge, author);
+        }
+        if (test != "test-only") {
+            candidate ? change_candidate(turn, set) : turn.change_running(set.changes);
+        }
+        return std::string{};
+    });
+}
+
+void Service::preview_edit(Lane&, const RequestPtr& request, Element operation, bool)
+{
+    check_parameters(operation, {"default-operation", "config"});
+    const Element config = operation.child("config");
+    if (!config) {
+        throw refused_protocol("missing-element", "The edit has no configuration.", "config");
+    }
+    const Operation default_operation = default_operation_of(operation);
+    write(request, [this, request, config, default_operation](WriterTurn& turn) {
+        const ChangeMap changes = change_of(turn.mapper(), turn.running(), config, default_operation, true,
+                                            request->author(parts_.nacm_counters))
+                                      .changes;
+        std::string reply;
+        const auto add = [&](const char* name, std::string_view text) {
+            reply.append("<").append(name).append(">");
+            append_escaped(reply, text);
+            reply.append("</").append(name).append(">");
+        };
+        for (const kelda::Change& change : differences(turn.running(), changes)) {
+            reply.append("<change xmlns=\"urn:zpf:yang:zpf-agent\">");
+            add("path", instance_identifier(turn.mapper().yang(), change.key));
+            if (change.before) {
+                add("before", *change.before);
+            }
+            if (change.after) {
+                add("after", *change.after);
+            }
+            reply.append("</change>");
+        }
+        return reply;
+    });
+}
+
+void Service::copy_config(Lane&, const RequestPtr& request, Element operation, bool)
+{
+    check_parameters(operation, {"target", "source", "with-defaults"});
+    const bool to_candidate = names_candidate(operation, "target");
+    const Element source = operation.child("source");
+    const Element config = source ? source.child("config") : Element{};
+    const bool from_candidate = !config && names_candidate(operation, "source");
+    if (!config && from_candidate == to_candidate) {
+        throw refused_protocol("invalid-value", "Source and target are the same.", "source");
+    }
+    write(request, [this, request, config, to_candidate, from_candidate](WriterTurn& turn) {
+        turn.check_lock(to_candidate);
+        const Author author = request->author(parts_.nacm_counters);
+        const Overlay over = turn.candidate();
+        const kelda::Reader& target = to_candidate ? static_cast<const kelda::Reader&>(over) : turn.running();
+        ChangeSet set;
+        if (config) {
+            const Nothing nothing;
+            const Who everyone{"", {}, true}; // the rules judge the difference, below
+            const Author maker{everyone, author.nacm, author.counters};
+            const ChangeSet content = change_of(turn.mapper(), nothing, config, Operation::merge, !to_candidate, maker);
+            set.changes = change_to(target, Overlay(nothing, content.changes));
+            set.through_client = content.through_client;
+        } else {
+            set.changes = change_to(target, from_candidate ? static_cast<const kelda::Reader&>(over) : turn.running());
+            set.through_client = turn.state().through_client;
+        }
+        check_access(turn.mapper(), target, set, author);
+        if (to_candidate) {
+            change_candidate(turn, set);
+        } else {
+            validate(turn.mapper().yang(), Overlay(turn.running(), set.changes), set.changes);
+            turn.change_running(set.changes);
+        }
+        return std::string{};
+    });
+}
+
+void Service::delete_config(Lane&, const RequestPtr&, Element operation, bool)
+{
+    check_parameters(operation, {"target"});
+    const Element target = operation.child("target");
+    const Element name = target ? target.first_child() : Element{};
+    throw refused_protocol(name ? "operation-not-supported" : "missing-element",
+                           "The device has no datastore that can be deleted.",
+                           name ? std::string{name.name()} : "target");
+}
+
+void Service::lock(Lane&, const RequestPtr& request, Element operation, bool)
+{
+    check_parameters(operation, {"target"});
+    const bool candidate = names_candidate(operation, "target");
+    write(request, [candidate](WriterTurn& turn) {
+        WriterState& state = turn.state();
+        Lock& lock = candidate ? state.candidate_lock : state.running_lock;
+        const uint32_t id = turn.session().id;
+        const auto deny = [](uint32_t holder, const std::string& message) {
+            RpcError error = refused_protocol("lock-denied", message).errors().front();
+            error.info.emplace_back("session-id", std::to_string(holder));
+            return Refused(std::move(error));
+        };
+        if (lock.session != 0) {
+            throw deny(lock.session, lock.session == id
+                                         ? "This session holds the lock already."
+                                         : "Session " + std::to_string(lock.session) + " holds the lock.");
+        }
+        if (candidate && !state.candidate.empty()) {
+            throw deny(0, "The candidate configuration has changes that are neither committed nor discarded.");
+        }
+        if (!candidate && state.confirmed && state.confirmed->session != id) {
+            throw deny(state.confirmed->session, "A commit of session " + std::to_string(state.confirmed->session) +
+                                                     " is waiting to be confirmed.");
+        }
+        lock = {id, std::chrono::system_clock::now()};
+        return std::string{};
+    });
+}
+
+void Service::unlock(Lane&, const RequestPtr& request, Element operation, bool)
+{
+    check_parameters(operation, {"target"});
+    const bool candidate = names_candidate(operation, "target");
+    write(request, [candidate](WriterTurn& turn) {
+        Lock& lock = candidate ? turn.state().candidate_lock : turn.state().running_lock;
+        if (lock.session != turn.session().id) {
+            throw refused_protocol("operation-failed",
+                                   lock.session == 0 ? "There is no lock."
+                                                     : "Session " + std::to_string(lock.session) + " holds the lock.");
+        }
+        lock = {};
+        if (candidate) {
+            turn.state().drop_candidate();
+        }
+        return std::string{};
+    });
+}
+
+void Service::discard_changes(Lane&, const RequestPtr& request, Element operation, bool)
+{
+    check_parameters(operation, {});
+    write(request, [](WriterTurn& turn) {
+        turn.check_lock(true);
+        turn.state().drop_candidate();
+        return std::string{};
+    });
+}
+
+namespace {
+
+struct CommitOptions {
+    bool confirmed = false;
+    unsigned timeout_s = 600; // RFC 6241, 8.4.5
+    std::string persist;
+    std::string persist_id;
+    bool has_persist_id = false;
+};
+
+CommitOptions commit_options(Element operation)
+{
+    check_parameters(operation, {"confirmed", "confirm-timeout", "persist", "persist-id"});
+    CommitOptions options;
+    options.confirmed = static_cast<bool>(operation.child("confirmed"));
+    if (const Element timeout = operation.child("confirm-timeout")) {
+        const std::string_view text = timeout.text();
+        const auto end = std::from_chars(text.data(), text.data() + text.size(), options.timeout_s);
+        if (end.ec != std::errc{} || end.ptr != text.data() + text.size() || options.timeout_s == 0) {
+            throw refused_protocol("invalid-value", "The timeout is a number of seconds, at least 1.",
+                                   "confirm-timeout");
+        }
+    }
+    if (const Element persist = operation.child("persist")) {
+        options.persist = persist.text();
+    }
+    if (const Element id = operation.child("persist-id")) {
+        options.persist_id = id.text();
+        options.has_persist_id = true;
+    }
+    return options;
+}
+
+/// Throws unless the session may go on with the commit that waits to be confirmed.
+void check_confirmed(const WriterTurn& turn, const std::optional<Confirmed>& confirmed, const std::string& persist_id,
+                     bool has_persist_id)
+{
+    if (has_persist_id && (!confirmed || confirmed->persist.empty() || confirmed->persist != persist_id)) {
+        throw refused_protocol("invalid-value", "No commit with this persist-id is waiting to be confirmed.",
+                               "persist-id");
+    }
+    if (confirmed && !has_persist_id && (!confirmed->persist.empty() || confirmed->session != turn.session().id)) {
+        throw refused_protocol("in-use", confirmed->persist.empty()
+                                             ? "A commit of session " + std::to_string(confirmed->session) +
+                                                   " is waiting to be confirmed."
+                                             : "A commit is waiting to be confirmed; its persist-id is needed.");
+    }
+}
+
+} // namespace
+
+void Service::commit(Lane&, const RequestPtr& request, Element operation, bool)
+{
+    const CommitOptions options = commit_options(operation);
+    write(request, [this, request, options](WriterTurn& turn) {
+        turn.check_lock(false);
+        turn.check_lock(true);
+        WriterState& state = turn.state();
+        const Yang& yang = turn.mapper().yang();
+        check_confirmed(turn, state.confirmed, options.persist_id, options.has_persist_id);
+        {
+            const Stopwatch time(parts_.counters.mapping);
+            validate(yang, turn.candidate(), state.candidate);
+            check_access(turn.mapper(), turn.running(), {state.candidate, state.through_client},
+                         request->author(parts_.nacm_counters));
+        }
+        const std::optional<Confirmed> before = state.confirmed;
+        const bool pending = before.has_value();
+        if (options.confirmed) {
+            if (!state.confirmed) {
+                state.confirmed.emplace();
+            }
+            state.confirmed->session = turn.session().id;
+            state.confirmed->persist = options.persist;
+            state.confirmed->deadline = std::chrono::system_clock::now() + std::chrono::seconds{options.timeout_s};
+        }
+        try {
+            turn.commit_candidate();
+        } catch (...) {
+            state.confirmed = before;
+            throw;
+        }
+        if (!options.confirmed && pending) {
+            turn.confirm();
+        } else if (options.confirmed) {
+            turn.keep_confirmed();
+        }
+        if (options.confirmed || pending) {
+            turn.announce(confirmed_commit(yang, &turn.session(),
+                                           !options.confirmed ? "complete"
+                                           : pending          ? "extend"
+                                                              : "start",
+                                           options.timeout_s));
+        }
+        return std::string{};
+    });
+}
+
+void Service::cancel_commit(Lane&, const RequestPtr& request, Element operation, bool)
+{
+    check_parameters(operation, {"persist-id"});
+    const Element id = operation.child("persist-id");
+    write(request, [id](WriterTurn& turn) {
+        if (!turn.state().confirmed) {
+            throw id ? refused_protocol("invalid-value", "No commit with this persist-id is waiting to be confirmed.",
+                                        "persist-id")
+                     : refused_protocol("operation-failed", "No commit is waiting to be confirmed.");
+        }
+        check_confirmed(turn, turn.state().confirmed, id ? std::string{id.text()} : "", static_cast<bool>(id));
+        turn.roll_back();
+        turn.announce(confirmed_commit(turn.mapper().yang(), &turn.session(), "cancel", 0));
+        return std::string{};
+    });
+}
+
+void Service::validate_config(Lane&, const RequestPtr& request, Element operation, bool)
+{
+    check_parameters(operation, {"source"});
+    const Element source = operation.child("source");
+    const Element config = source ? source.child("config") : Element{};
+    const bool candidate = !config && names_candidate(operation, "source");
+    write(request, [this, request, config, candidate](WriterTurn& turn) {
+        const Yang& yang = turn.mapper().yang();
+        if (config) {
+            const Nothing nothing;
+            const Who everyone{"", {}, true}; // nothing is written
+            change_of(turn.mapper(), nothing, config, Operation::merge, true,
+                      {everyone, *request->nacm, parts_.nacm_counters});
+        } else if (candidate) {
+            validate_all(yang, turn.candidate());
+        } else {
+            validate_all(yang, turn.running());
+        }
+        return std::string{};
+    });
+}
+
+} // namespace zpf::agent

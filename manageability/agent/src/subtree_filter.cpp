@@ -1,0 +1,253 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Subtree filters, XPath, depth.
+#include "subtree_filter.hpp"
+
+#include <functional>
+#include <unordered_set>
+
+#include "record_path.hpp"
+#include "records.hpp"
+#include "rpc_error.hpp"
+
+namespace zpf::agent {
+
+namespace {
+
+/// Nodes that stay: some with all below, others for what is below and marked itself.
+struct Marks {
+    std::unordered_set<const lyd_node*> whole;
+    std::unordered_set<const lyd_node*> partly;
+};
+
+bool is_content_match(Element filter)
+{
+    return !filter.has_children() && !filter.text().empty();
+}
+
+bool names(Element filter, const lyd_node& node)
+{
+    return filter.name() == node.schema->name && (filter.ns().empty() || filter.ns() == node.schema->module->ns);
+}
+
+/// Attributes of a filter are matched with those of data, and data have none.
+bool has_attributes(Element filter)
+{
+    return filter.attributes() != nullptr;
+}
+
+bool content_matches(Element match, const lyd_node& parent)
+{
+    for (const lyd_node* child = lyd_child(&parent); child != nullptr; child = child->next) {
+        if (child->schema != nullptr && names(match, *child) && lyd_get_value(child) != nullptr &&
+            match.text() == lyd_get_value(child)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool all_content_matches(Element filter, const lyd_node& node)
+{
+    for (const Element child : filter.children()) {
+        if (is_content_match(child) && (has_attributes(child) || !content_matches(child, node))) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool mark(Element filter, const lyd_node& node, Marks& marks);
+
+/// Marks what the filter's elements select among the children. @return true when anything is
+bool mark_children(Element filter, const lyd_node& node, Marks& marks)
+{
+    bool any = false;
+    for (const Element part : filter.children()) {
+        for (const lyd_node* child = lyd_child(&node); child != nullptr; child = child->next) {
+            any = (child->schema != nullptr && names(part, *child) && mark(part, *child, marks)) || any;
+        }
+    }
+    return any;
+}
+
+bool mark(Element filter, const lyd_node& node, Marks& marks)
+{
+    if (has_attributes(filter)) {
+        return false;
+    }
+    const bool inner = (node.schema->nodetype & LYD_NODE_INNER) != 0;
+    if (!filter.has_children()) {
+        const bool selected = filter.text().empty() || (!inner && filter.text() == lyd_get_value(&node));
+        if (selected) {
+            marks.whole.insert(&node);
+        }
+        return selected;
+    }
+    if (!inner || !all_content_matches(filter, node)) {
+        return false;
+    }
+    bool matches_only = true;
+    for (const Element part : filter.children()) {
+        matches_only = matches_only && is_content_match(part);
+    }
+    if (matches_only) {
+        marks.whole.insert(&node);
+        return true;
+    }
+    const bool any = mark_children(filter, node, marks);
+    if (any) {
+        marks.partly.insert(&node);
+    }
+    return any;
+}
+
+void sweep(lyd_node* first, const Marks& marks, bridge::DataPtr* top)
+{
+    lyd_node* next = nullptr;
+    for (lyd_node* node = first; node != nullptr; node = next) {
+        next = node->next;
+        if (marks.whole.count(node) != 0) {
+            continue;
+        }
+        if (marks.partly.count(node) != 0) {
+            sweep(lyd_child(node), marks, nullptr);
+        } else if (node->schema == nullptr || !is_key(*node->schema)) {
+            if (top != nullptr && top->get() == node) {
+                static_cast<void>(top->release());
+                top->reset(next);
+                lyd_unlink_tree(node);
+            }
+            lyd_free_tree(node);
+        }
+    }
+}
+
+} // namespace
+
+void keep_subtrees(const Yang&, Element filter, bridge::DataPtr& data)
+{
+    Marks marks;
+    for (const Element top : filter.children()) {
+        for (const lyd_node* node = data.get(); node != nullptr; node = node->next) {
+            if (node->schema != nullptr && names(top, *node)) {
+                mark(top, *node, marks);
+            }
+        }
+    }
+    sweep(data.get(), marks, &data);
+}
+
+void keep_selected(const Yang& yang, const std::string& xpath, bridge::DataPtr& data)
+{
+    if (!data) {
+        return;
+    }
+    ly_set* raw = nullptr;
+    if (lyd_find_xpath3(nullptr, data.get(), xpath.c_str(), nullptr, &raw) != LY_SUCCESS) {
+        RpcError error =
+            refused("invalid-value", "The XPath expression: " + bridge::last_complaint(yang.ctx()).reason, "", "filter")
+                .errors()
+                .front();
+        error.type = "protocol";
+        throw Refused(std::move(error));
+    }
+    const std::unique_ptr<ly_set, void (*)(ly_set*)> set(raw, [](ly_set* done) { ly_set_free(done, nullptr); });
+    Marks marks;
+    for (uint32_t i = 0; i < set->count; ++i) {
+        const lyd_node* node = set->dnodes[i];
+        marks.whole.insert(node);
+        for (const lyd_node* above = lyd_parent(node); above != nullptr; above = lyd_parent(above)) {
+            marks.partly.insert(above);
+        }
+    }
+    sweep(data.get(), marks, &data);
+}
+
+void keep_levels(unsigned levels, bridge::DataPtr& data)
+{
+    const std::function<void(lyd_node*, unsigned)> cut = [&](lyd_node* node, unsigned left) {
+        lyd_node* next = nullptr;
+        for (lyd_node* child = lyd_child_no_keys(node); child != nullptr; child = next) {
+            next = child->next;
+            left == 0 ? lyd_free_tree(child) : cut(child, left - 1);
+        }
+    };
+    for (lyd_node* top = data.get(); top != nullptr; top = top->next) {
+        cut(top, levels - 1);
+    }
+}
+
+void keep_config(bool config, bridge::DataPtr& data)
+{
+    Marks marks;
+    const std::function<bool(const lyd_node&)> look = [&](const lyd_node& node) {
+        bool any = false;
+        for (const lyd_node* child = lyd_child_no_keys(&node); child != nullptr; child = child->next) {
+            any = look(*child) || any;
+        }
+        const bool own = ((node.schema->flags & LYS_CONFIG_W) != 0) == config;
+        const bool leaf = (node.schema->nodetype & LYD_NODE_INNER) == 0;
+        const bool counts = leaf ? own : own && config; // a container of configuration may hold state alone
+        if (any || counts) {
+            marks.partly.insert(&node);
+        }
+        return any || counts;
+    };
+    for (const lyd_node* top = data.get(); top != nullptr; top = top->next) {
+        look(*top);
+    }
+    sweep(data.get(), marks, &data);
+}
+
+void add_record_names(Element element, const lysc_node& schema, const std::string& name,
+                      std::vector<std::string>& names)
+{
+    std::string own = name;
+    if (schema.nodetype == LYS_LIST) {
+        char separator = '=';
+        for (const lysc_node* key = lysc_node_child(&schema); key != nullptr && is_key(*key); key = key->next) {
+            const Element leaf = element.child(key->name, key->module->ns);
+            if (!leaf || leaf.text().empty()) {
+                names.push_back(name + "="); // all entries: any of them may match
+                return;
+            }
+            own.push_back(separator);
+            append_encoded(own, leaf.text());
+            separator = ',';
+        }
+    } else if (schema.nodetype == LYS_LEAFLIST) {
+        names.push_back(name + "=");
+        return;
+    }
+    bool matches_only = true;
+    for (const Element child : element.children()) {
+        matches_only = matches_only && is_content_match(child);
+    }
+    if (matches_only) { // selected whole, or with conditions that need to see all of it
+        names.push_back(own);
+        return;
+    }
+    for (const Element child : element.children()) {
+        const lys_module* module = child.ns().empty() ? nullptr : schema.module;
+        const lysc_node* below = nullptr;
+        if (module != nullptr && child.ns() != module->ns) {
+            module = ly_ctx_get_module_implemented_ns(schema.module->ctx, std::string{child.ns()}.c_str());
+            below = module ? Yang::child(schema, child.name(), module) : nullptr;
+        } else {
+            below = Yang::child(schema, child.name(), module);
+        }
+        if (below == nullptr || (below->flags & LYS_CONFIG_R) != 0) {
+            continue;
+        }
+        if (is_key(*below)) {
+            names.push_back(own); // the entry itself is what a selected key shows
+            continue;
+        }
+        const std::string step = below->module == schema.module ? std::string{below->name}
+                                                                : std::string{below->module->name} + ":" + below->name;
+        add_record_names(child, *below, own + "/" + step, names);
+    }
+}
+
+} // namespace zpf::agent
