@@ -93,6 +93,9 @@ void add_options(CLI::App& app, Options& options, std::string& level)
     app.add_option("--trace-file", options.trace_file, "Trace ring; see zpf trace [STORE/trace]")->type_name("FILE");
     app.add_flag("--trace", options.trace, "Writes the ring from the start, not only once it is switched on");
     app.add_option("--threads", options.threads, "Threads for long reads [2]")->check(CLI::Range(1, 64));
+    app.add_flag_callback(
+        "--no-kept-answers", [&options] { options.keep_answers = false; },
+        "Maps every read anew, even when nothing has changed since the same one");
     app.add_option("--max-sessions", options.limits.sessions, "Sessions at a time [256]");
     app.add_option("--max-message", options.limits.message_bytes, "Longest message, bytes [16 MiB]");
     app.add_option("--max-unsent", options.limits.unsent_bytes,

@@ -70,13 +70,13 @@ Agent::Agent(const Options& options, Log log)
                        announce_(std::move(event));
                    }
                },
-               log_}),
+               subscribers_, log_}),
       state_({yang_, store_, writer_, sessions_, counters_, nacm_counters_, diagnostics_, &faults_, options.trace_file,
               ZPF_VERSION}),
       pool_(mapping_, options.threads),
-      service_(
-          {store_, mapping_, writer_, pool_, rules_, nacm_counters_, counters_, state_, &faults_, diagnostics_, log_}),
-      loop_({service_, mapping_, writer_, rules_, nacm_counters_, counters_, sessions_, log_}, limits_)
+      service_({store_, mapping_, writer_, pool_, rules_, nacm_counters_, counters_, state_, &faults_, diagnostics_,
+                options.keep_answers, log_}),
+      loop_({service_, mapping_, writer_, rules_, nacm_counters_, counters_, sessions_, subscribers_, log_}, limits_)
 {
     announce_ = [this](std::shared_ptr<const Event> event) { loop_.announce(std::move(event)); };
     open_diagnostics(options);
@@ -140,7 +140,7 @@ void Agent::take_readings(std::span<const device::Reading> readings)
     } catch (const kelda::StoreError& error) {
         log_(1, std::string{"readings are not kept: "} + error.what());
     }
-    for (const device::Reading& reading : readings) {
+    for (const device::Reading& reading : subscribers_ > 0 ? readings : std::span<const device::Reading>{}) {
         loop_.announce(reading_change(yang_, reading.port));
     }
 }

@@ -55,6 +55,7 @@ private:
     NacmCounters nacm_counters_;
     Rules rules_;
     SessionRegistry sessions_;
+    std::atomic<int> subscribers_{0};
     device::Simulation device_;
     SimulatedFaults faults_;
     std::function<void(std::shared_ptr<const Event>)> announce_; ///< set once there is a loop

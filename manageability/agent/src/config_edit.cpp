@@ -404,7 +404,8 @@ lyd_node* ConfigEdit::find(const lyd_node& like, lyd_node* parent) const
     }
     if (like.schema == nullptr) { // a leaf that goes, whatever its value
         for (lyd_node* node = siblings; node != nullptr; node = node->next) {
-            if (node->schema != nullptr && std::string_view{node->schema->name} == reinterpret_cast<const lyd_node_opaq&>(like).name.name) {
+            if (node->schema != nullptr &&
+                std::string_view{node->schema->name} == reinterpret_cast<const lyd_node_opaq&>(like).name.name) {
                 return node;
             }
         }

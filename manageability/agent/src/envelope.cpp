@@ -84,16 +84,14 @@ std::optional<Envelope> Envelope::scan(std::string_view message)
     return envelope;
 }
 
-std::string Envelope::identity() const
+void Envelope::identity(std::string& text) const
 {
     if (!has_message_id_) {
-        return std::string{message_};
+        text = message_;
+        return;
     }
     const auto begin = static_cast<std::size_t>(message_id_.data() - message_.data());
-    std::string text;
-    text.reserve(message_.size());
-    text.append(message_.substr(0, begin)).append(message_.substr(begin + message_id_.size()));
-    return text;
+    text.assign(message_.substr(0, begin)).append(message_.substr(begin + message_id_.size()));
 }
 
 void Envelope::open_reply(std::string& out) const

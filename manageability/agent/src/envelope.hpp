@@ -18,8 +18,8 @@ public:
     std::string_view message_id() const { return message_id_; }
     bool has_message_id() const { return has_message_id_; }
 
-    /// What tells requests apart: the message without its message-id.
-    std::string identity() const;
+    /// Puts what tells requests apart into the text: the message without its message-id.
+    void identity(std::string& text) const;
 
     /// Appends the start tag of the reply: the base namespace and the attributes of the request as they were written.
     void open_reply(std::string& out) const;

@@ -276,8 +276,13 @@ bool Loop::take_hello(Session& session, std::string_view text)
 
 void Loop::serve(Session& session, std::string_view message)
 {
-    session.busy = true;
     session.info()->in_rpcs.fetch_add(1, std::memory_order_relaxed);
+    reply_.clear();
+    if (parts_.service.serve_known(lane_, *session.info(), message, reply_)) {
+        session.send(reply_);
+        return;
+    }
+    session.busy = true;
     const uint32_t id = session.info()->id;
     parts_.service.serve(lane_, session.info(), std::string{message}, true,
                          [this, id](Outcome outcome) { deliver(id, std::move(outcome)); });
@@ -292,6 +297,7 @@ void Loop::apply(Session& session, Outcome& outcome)
     }
     session.send(outcome.reply);
     if (outcome.subscription) {
+        parts_.subscribers += session.subscription ? 0 : 1;
         session.subscription = std::move(outcome.subscription);
     }
     if (outcome.close) {
@@ -360,6 +366,7 @@ void Loop::end_session(uint32_t id)
     const std::unique_ptr<Session> session = std::move(found->second);
     sessions_.erase(found);
     const auto& info = session->info();
+    parts_.subscribers -= session->subscription ? 1 : 0;
     parts_.sessions.remove(id);
     parts_.counters.past_in_rpcs += info->in_rpcs;
     parts_.counters.past_in_bad_rpcs += info->in_bad_rpcs;

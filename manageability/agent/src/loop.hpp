@@ -31,6 +31,7 @@ struct LoopParts {
     NacmCounters& nacm_counters;
     Counters& counters;
     SessionRegistry& sessions;
+    std::atomic<int>& subscribers; ///< sessions that are told of events
     std::function<void(int level, const std::string&)> log;
 };
 
@@ -85,6 +86,7 @@ private:
     std::unordered_map<uint32_t, std::unique_ptr<Session>> sessions_;
     uint32_t last_session_id_ = 0;
     Session::Clock::time_point next_deadline_ = Session::Clock::time_point::max();
+    std::string reply_; ///< of the request at hand; kept for its memory
     std::thread::id thread_;
     bool stopping_ = false;
 

@@ -32,6 +32,7 @@ struct Options {
     std::string trace_file;
     bool trace = false;
     unsigned threads = 2;
+    bool keep_answers = true; ///< repeated reads are answered from memory while nothing has changed
     Limits limits;
 };
 

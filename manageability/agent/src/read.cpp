@@ -4,6 +4,8 @@
 // else becomes libyang data, is cut to what the user may see, then to what was asked for.
 #include "read.hpp"
 
+#include <algorithm>
+
 #include "readings.hpp"
 #include "records.hpp"
 #include "rpc_error.hpp"
@@ -23,7 +25,7 @@ public:
     void print(std::string& out)
     {
         out.append("<data xmlns=\"").append(plan_.data_namespace()).append("\">");
-        if (plan_.is_mapped_only() && sees_all(*plan_.parts().front().top)) {
+        if (plan_.is_mapped_only() && sees_all(plan_, sources_.nacm, sources_.who)) {
             const ReadResult result = map();
             printer_.print(result.reply.root(), out, sources_.left_out);
         } else {
@@ -42,12 +44,6 @@ private:
         lyd_node* first = data_.release();
         sources_.nacm.prune_unreadable(sources_.who, &first);
         data_.reset(first);
-    }
-
-    bool sees_all(const lysc_node& top) const
-    {
-        return sources_.who.recovery ||
-               (sources_.nacm.reads_everything(sources_.who) && !sources_.nacm.marked(*top.module));
     }
 
     ReadResult map()
@@ -161,6 +157,13 @@ private:
 };
 
 } // namespace
+
+bool sees_all(const ReadPlan& plan, const Nacm& nacm, const Who& who)
+{
+    return who.recovery || (nacm.reads_everything(who) &&
+                            std::none_of(plan.parts().begin(), plan.parts().end(),
+                                         [&](const ReadPlan::Part& part) { return nacm.marked(*part.top->module); }));
+}
 
 void answer(const ReadPlan& plan, Mapper& mapper, ReplyPrinter& printer, const ReadSources& sources, std::string& out)
 {

@@ -5,6 +5,7 @@
 
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -19,6 +20,37 @@
 namespace zpf::agent {
 
 enum class Datastore { running, candidate, operational };
+
+/**
+ * The last answer of a plan, for as long as nothing has changed since: a poller that asks again gets it again. Only
+ * answers that are the same for everybody who sees everything are kept.
+ */
+class KeptAnswer {
+public:
+    /// Appends the answer if it is of these generations of the store's branches.
+    bool append(uint64_t config, uint64_t operational, std::string& out) const
+    {
+        const std::lock_guard lock(mutex_);
+        if (body_.empty() || config_ != config || operational_ != operational) {
+            return false;
+        }
+        out.append(body_);
+        return true;
+    }
+    void keep(uint64_t config, uint64_t operational, std::string_view body)
+    {
+        const std::lock_guard lock(mutex_);
+        config_ = config;
+        operational_ = operational;
+        body_ = body;
+    }
+
+private:
+    mutable std::mutex mutex_;
+    uint64_t config_ = 0;
+    uint64_t operational_ = 0;
+    std::string body_;
+};
 
 /**
  * A read request, checked and compiled: which trees it reaches and which records of the store they need. Immutable;
@@ -45,7 +77,9 @@ public:
     /// True when the answer can be printed as the mapping gives it: the filter is the mapping's own, nothing else is
     /// asked for.
     bool is_mapped_only() const { return mapped_only_; }
+    /// True when the answer costs so little that the loop may work it out itself.
     bool is_light() const { return mapped_only_; }
+    KeptAnswer& kept() const { return kept_; }
     /// Namespace of the reply's data element.
     const std::string& data_namespace() const { return data_namespace_; }
     Element filter() const { return filter_; }
@@ -77,6 +111,7 @@ private:
     Tree client_request_;
     bool client_everything_ = false;
     bool mapped_only_ = false;
+    mutable KeptAnswer kept_;
 };
 
 /// State that the agent makes up when it is asked for: sessions, schemas, counters.
@@ -91,6 +126,9 @@ struct ReadSources {
     const Who& who;
     const std::function<void(const std::string&)>& left_out; ///< told of each reading that the model does not take
 };
+
+/// True when the user sees all that the plan can show, so that everybody like that gets the same answer.
+bool sees_all(const ReadPlan& plan, const Nacm& nacm, const Who& who);
 
 /// Appends the reply's data element. Throws Refused.
 void answer(const ReadPlan& plan, Mapper& mapper, ReplyPrinter& printer, const ReadSources& sources, std::string& out);

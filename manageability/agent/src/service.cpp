@@ -16,7 +16,7 @@ constexpr std::size_t kLongMessageBytes = 32 * 1024; ///< parsing more would kee
 
 } // namespace
 
-std::shared_ptr<const ReadPlan> PlanCache::find(const std::string& identity) const
+std::shared_ptr<const ReadPlan> PlanCache::find(std::string_view identity) const
 {
     const std::lock_guard lock(mutex_);
     const auto found = plans_.find(identity);
@@ -102,6 +102,39 @@ void check_parameters(Element operation, std::initializer_list<std::string_view>
     }
 }
 
+bool Service::serve_known(Lane& lane, SessionInfo& session, std::string_view message, std::string& reply)
+{
+    const auto envelope = Envelope::scan(message);
+    if (!envelope || !envelope->has_message_id()) {
+        return false;
+    }
+    static thread_local std::string identity;
+    envelope->identity(identity);
+    const auto plan = plans_.find(identity);
+    if (plan == nullptr || !plan->is_light()) {
+        return false;
+    }
+    const auto nacm = parts_.rules.get();
+    if (!may_execute(session, *nacm, plan->element())) {
+        return false;
+    }
+    envelope->open_reply(reply);
+    const std::size_t length = reply.size();
+    try {
+        append_answer(lane, session, envelope->message_id(), *plan, *nacm, reply);
+    } catch (const std::exception&) {
+        reply.clear(); // whatever it is: serve() meets it, too, and knows how to tell it
+        return false;
+    }
+    if (reply.size() == length) {
+        reply.append("<ok/>");
+    }
+    Envelope::close_reply(reply);
+    ++parts_.counters.cached_plans;
+    parts_.counters.count_request(plan->operation(), true);
+    return true;
+}
+
 void Service::serve(Lane& lane, const std::shared_ptr<SessionInfo>& session, std::string message, bool on_loop,
                     Complete complete)
 {
@@ -139,7 +172,9 @@ void Service::parse_and_serve(Lane& lane, const RequestPtr& request, bool on_loo
 void Service::dispatch(Lane& lane, const RequestPtr& request, bool on_loop)
 {
     if (request->envelope && request->envelope->has_message_id()) {
-        if (const auto plan = plans_.find(request->envelope->identity())) {
+        std::string identity;
+        request->envelope->identity(identity);
+        if (const auto plan = plans_.find(identity)) {
             ++parts_.counters.cached_plans;
             request->operation = plan->operation();
             check_rights(*request, plan->element());
@@ -184,16 +219,21 @@ void Service::dispatch(Lane& lane, const RequestPtr& request, bool on_loop)
     (this->*handler)(lane, request, operation, on_loop);
 }
 
-void Service::check_rights(const Request& request, Element operation) const
+bool Service::may_execute(const SessionInfo& session, const Nacm& nacm, Element operation) const
 {
-    if (request.session->who.recovery) {
-        return;
+    if (session.who.recovery) {
+        return true;
     }
     const Yang& yang = parts_.mapping.yang();
     const lys_module* const module = yang.module_of_namespace(operation.ns());
     const std::string name{operation.name()};
     const lysc_node* const rpc = module ? lys_find_child(nullptr, module, name.c_str(), 0, LYS_RPC, 0) : nullptr;
-    if (rpc != nullptr && !request.nacm->may_execute(request.session->who, *module, *rpc)) {
+    return rpc == nullptr || nacm.may_execute(session.who, *module, *rpc);
+}
+
+void Service::check_rights(const Request& request, Element operation) const
+{
+    if (!may_execute(*request.session, *request.nacm, operation)) {
         ++parts_.nacm_counters.denied_operations;
         throw refused_protocol("access-denied", "The access rules do not permit this operation.");
     }
@@ -202,7 +242,9 @@ void Service::check_rights(const Request& request, Element operation) const
 void Service::read(Lane& lane, const RequestPtr& request, Element operation, bool on_loop)
 {
     const auto plan = std::make_shared<const ReadPlan>(parts_.mapping.yang(), request->message, operation);
-    plans_.add(request->envelope->identity(), plan);
+    std::string identity;
+    request->envelope->identity(identity);
+    plans_.add(std::move(identity), plan);
     if (!on_loop || plan->is_light()) {
         run_read(lane, *request, *plan);
     } else {
@@ -218,26 +260,9 @@ void Service::read(Lane& lane, const RequestPtr& request, Element operation, boo
 
 void Service::run_read(Lane& lane, Request& request, const ReadPlan& plan)
 {
-    const Stopwatch time(parts_.counters.mapping);
-    lane.mapper.begin(request.session->id, request.envelope->message_id(), request.operation);
     std::string body;
     try {
-        const kelda::Snapshot snapshot = parts_.store.snapshot();
-        const auto candidate = plan.datastore() == Datastore::candidate ? parts_.writer.candidate() : nullptr;
-        const StateSource state = [this](const lysc_node& top) { return parts_.state.below(top); };
-        const std::function<void(const std::string&)> left_out = [this](const std::string& reason) {
-            ++parts_.counters.readings_left_out;
-            parts_.log(2, "left out of a reply: " + reason);
-        };
-        const auto run = [&](const kelda::Reader& config) {
-            answer(plan, lane.mapper, lane.printer,
-                   {config, snapshot, state, *request.nacm, request.session->who, left_out}, body);
-        };
-        if (candidate && !candidate->empty()) {
-            run(Overlay(snapshot, *candidate));
-        } else {
-            run(snapshot);
-        }
+        append_answer(lane, *request.session, request.envelope->message_id(), plan, *request.nacm, body);
     } catch (const Refused& refusal) {
         fail(request, refusal.errors());
         return;
@@ -250,6 +275,41 @@ void Service::run_read(Lane& lane, Request& request, const ReadPlan& plan)
         return;
     }
     finish(request, std::move(body));
+}
+
+void Service::append_answer(Lane& lane, const SessionInfo& session, std::string_view message_id, const ReadPlan& plan,
+                            const Nacm& nacm, std::string& out)
+{
+    const Stopwatch time(parts_.counters.mapping);
+    const kelda::Snapshot snapshot = parts_.store.snapshot();
+    const auto candidate = plan.datastore() == Datastore::candidate ? parts_.writer.candidate() : nullptr;
+    // What is traced is meant to be seen happening.
+    const bool may_keep = parts_.keep_answers && plan.is_mapped_only() && candidate == nullptr &&
+                          sees_all(plan, nacm, session.who) && !parts_.diagnostics.tracing &&
+                          parts_.diagnostics.log_levels == 0;
+    const uint64_t config = snapshot.generation();
+    const uint64_t operational = plan.with_state() ? snapshot.volatile_generation() : 0;
+    if (may_keep && plan.kept().append(config, operational, out)) {
+        return;
+    }
+    lane.mapper.begin(session.id, message_id, plan.operation());
+    const std::size_t begin = out.size();
+    const StateSource state = [this](const lysc_node& top) { return parts_.state.below(top); };
+    const std::function<void(const std::string&)> left_out = [this](const std::string& reason) {
+        ++parts_.counters.readings_left_out;
+        parts_.log(2, "left out of a reply: " + reason);
+    };
+    const auto run = [&](const kelda::Reader& reader) {
+        answer(plan, lane.mapper, lane.printer, {reader, snapshot, state, nacm, session.who, left_out}, out);
+    };
+    if (candidate && !candidate->empty()) {
+        run(Overlay(snapshot, *candidate));
+    } else {
+        run(snapshot);
+    }
+    if (may_keep) {
+        plan.kept().keep(config, operational, std::string_view{out}.substr(begin));
+    }
 }
 
 void Service::write(const RequestPtr& request, Writer::Work work)

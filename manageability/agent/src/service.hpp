@@ -4,11 +4,11 @@
 // answered on the thread that asks or on one of the pool's; whatever changes something goes through the writer.
 #pragma once
 
-#include <map>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 
 #include "counters.hpp"
 #include "envelope.hpp"
@@ -24,7 +24,7 @@ namespace zpf::agent {
 /// Read requests by their text, so that a poller's is compiled once. Forgets all when it is full: pollers come back.
 class PlanCache {
 public:
-    std::shared_ptr<const ReadPlan> find(const std::string& identity) const;
+    std::shared_ptr<const ReadPlan> find(std::string_view identity) const;
     void add(std::string identity, std::shared_ptr<const ReadPlan> plan);
 
 private:
@@ -32,7 +32,11 @@ private:
     static constexpr std::size_t kMostBytes = 16 * 1024; ///< longer requests are not worth their memory
 
     mutable std::mutex mutex_;
-    std::map<std::string, std::shared_ptr<const ReadPlan>, std::less<>> plans_;
+    struct Hash {
+        using is_transparent = void;
+        std::size_t operator()(std::string_view text) const { return std::hash<std::string_view>{}(text); }
+    };
+    std::unordered_map<std::string, std::shared_ptr<const ReadPlan>, Hash, std::equal_to<>> plans_;
 };
 
 struct ServiceParts {
@@ -46,12 +50,19 @@ struct ServiceParts {
     const StateData& state;
     FaultSwitch* faults; ///< null: the device has none to switch
     Diagnostics& diagnostics;
+    bool keep_answers; ///< repeated reads are answered from memory while nothing has changed
     std::function<void(int level, const std::string&)> log;
 };
 
 class Service {
 public:
     explicit Service(ServiceParts parts) : parts_(std::move(parts)) {}
+
+    /**
+     * Answers a read that is known and light, on the spot.
+     * @return false when it is not: serve() then takes the message
+     */
+    bool serve_known(Lane& lane, SessionInfo& session, std::string_view message, std::string& reply);
 
     /**
      * Works on a message. `complete` may be called before this returns, or later on another thread.
@@ -73,6 +84,10 @@ private:
 
     void read(Lane& lane, const RequestPtr& request, Element operation, bool on_loop);
     void run_read(Lane& lane, Request& request, const ReadPlan& plan);
+    /// Appends the answer, kept or worked out. Throws Refused and others.
+    void append_answer(Lane& lane, const SessionInfo& session, std::string_view message_id, const ReadPlan& plan,
+                       const Nacm& nacm, std::string& out);
+    bool may_execute(const SessionInfo& session, const Nacm& nacm, Element operation) const;
     void write(const RequestPtr& request, Writer::Work work);
 
     // What changes something; in service_writes.cpp.

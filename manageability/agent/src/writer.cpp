@@ -121,7 +121,9 @@ void WriterTurn::change_running(const ChangeMap& changes)
     if (writer_.state_.confirmed) {
         writer_.write_confirmed();
     }
-    announce(config_change(mapper().yang(), session_.get(), made));
+    if (writer_.parts_.subscribers > 0) {
+        announce(config_change(mapper().yang(), session_.get(), made));
+    }
 }
 
 void WriterTurn::commit_candidate()

@@ -84,6 +84,7 @@ struct WriterParts {
     NacmCounters& nacm_counters;
     Counters& counters;
     EventSink events;
+    const std::atomic<int>& subscribers; ///< nobody: events need not be made
     std::function<void(int level, const std::string&)> log;
     std::chrono::milliseconds device_limit{5000};
 };

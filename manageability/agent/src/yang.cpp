@@ -84,8 +84,8 @@ std::string identity_of_modules(const ly_ctx& ctx)
     std::string text;
     uint32_t index = 0;
     while (const lys_module* module = ly_ctx_get_module_iter(&ctx, &index)) {
-        text += fmt::format("{}@{}:{}:{};", module->name, module->revision ? module->revision : "",
-                            module->implemented, features_of(*module));
+        text += fmt::format("{}@{}:{}:{};", module->name, module->revision ? module->revision : "", module->implemented,
+                            features_of(*module));
     }
     return fmt::format("{:016x}", std::hash<std::string>{}(text));
 }
