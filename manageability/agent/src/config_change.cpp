@@ -202,7 +202,9 @@ ChangeMap change_to(const kelda::Reader& from, const kelda::Reader& to)
 bridge::DataPtr client_config(Mapper& mapper, const kelda::Reader& config)
 {
     const StoreSource source(mapper.yang(), config, nullptr);
-    const ReadResult result = mapper.driver().read(mapper.context(), ZPF_REQUEST_GET_CONFIG, nullptr, source);
+    const Tree everything;
+    const ReadResult result =
+        mapper.driver().read(mapper.context(), ZPF_REQUEST_GET_CONFIG, &everything.root(), source);
     if (result.refusal) {
         throw refused(*result.refusal);
     }

@@ -63,7 +63,9 @@ public:
             steps.push_back(step);
             bool keys_only = true;
             while (keys_only && peek() == '[') {
+                const std::size_t bracket = at_;
                 keys_only = read_key(steps.back());
+                at_ = keys_only ? at_ : bracket;
             }
             if (!keys_only) {
                 break;

@@ -1,0 +1,106 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Access rules, for both trees.
+#include "agent_testing.hpp"
+
+namespace {
+
+using namespace test;
+using testing::HasSubstr;
+using testing::Not;
+
+class Access : public testing::Test {
+protected:
+    void allow(const std::string& rule)
+    {
+        ASSERT_EQ(agent.edit(R"(<nacm xmlns="urn:ietf:params:xml:ns:yang:ietf-netconf-acm"><groups><group>)"
+                             "<name>ops</name><user-name>ann</user-name></group></groups><rule-list><name>l</name>"
+                             "<group>ops</group><rule><name>r</name>" +
+                             rule + "</rule></rule-list></nacm>"),
+                  kOk);
+    }
+    std::string edit_as_ann(const std::string& config)
+    {
+        return agent.ask(ann, "<edit-config><target><running/></target><config>" + config + "</config></edit-config>");
+    }
+    AgentDouble agent;
+    std::shared_ptr<zpf::agent::SessionInfo> ann = session_of("ann");
+};
+
+constexpr const char* kOcPath = R"(<path xmlns:oc="http://openconfig.net/yang/optical-attenuator">)"
+                                "/oc:optical-attenuator/oc:attenuators/oc:attenuator[oc:name='0/0-VOA-BST2']</path>";
+constexpr const char* kNativePath = R"(<path xmlns:if="http://quarn.example/ns/yang/Quarn-KMT-VN-ifmgr-cfg">)"
+                                    "/if:interface-configurations</path>";
+
+TEST_F(Access, WithoutRulesReadsAndDoesNotWrite)
+{
+    EXPECT_THAT(agent.ask(ann, "<get-config><source><running/></source></get-config>"), HasSubstr("0/0-VOA-BST2"));
+    EXPECT_THAT(edit_as_ann(attenuator("0/0-VOA-BST2", "1.0")), HasSubstr("access-denied"));
+    EXPECT_THAT(edit_as_ann(interface("x", "<shutdown/>")), HasSubstr("access-denied"));
+    EXPECT_EQ(agent.configured_db("0/0-VOA-BST2"), "9.5");
+    EXPECT_EQ(agent.nacm_counters.denied_data_writes, 2u);
+    EXPECT_THAT(agent.ask(ann, "<kill-session><session-id>1</session-id></kill-session>"), HasSubstr("access-denied"));
+    EXPECT_EQ(agent.nacm_counters.denied_operations, 1u);
+}
+
+TEST_F(Access, ARuleForTheClientTreeLetsThroughThatTreeOnly)
+{
+    allow(std::string{kOcPath} + "<access-operations>*</access-operations><action>permit</action>");
+    EXPECT_EQ(edit_as_ann(attenuator("0/0-VOA-BST2", "1.0")), kOk);
+    EXPECT_THAT(edit_as_ann(attenuator("0/0-VOA-BST0", "1.0")), HasSubstr("access-denied"));
+    EXPECT_THAT(edit_as_ann(interface("Ots0/0/0/2", "<shutdown/>")), HasSubstr("access-denied"));
+    EXPECT_EQ(agent.configured_db("0/0-VOA-BST2"), "1.0");
+}
+
+TEST_F(Access, ARuleForTheNativeTreeLetsThroughThatTreeOnly)
+{
+    allow(std::string{kNativePath} + "<access-operations>*</access-operations><action>permit</action>");
+    EXPECT_EQ(edit_as_ann(interface("Ots0/0/0/2", "<shutdown/>")), kOk);
+    EXPECT_THAT(edit_as_ann(attenuator("0/0-VOA-BST2", "1.0")), HasSubstr("access-denied"));
+}
+
+TEST_F(Access, HidesWhatMayNotBeRead)
+{
+    allow(std::string{kOcPath} + "<access-operations>read</access-operations><action>deny</action>");
+    const std::string get =
+        "<get-config><source><running/></source><filter>" + std::string{kOcFilter} + "</filter></get-config>";
+    EXPECT_THAT(agent.ask(ann, get), Not(HasSubstr("BST2")));
+    EXPECT_THAT(agent.ask(ann, get), HasSubstr("BST0"));
+    EXPECT_THAT(agent.ask(get), HasSubstr("BST2")); // the same text, asked by somebody else
+    EXPECT_THAT(agent.ask(ann, get), Not(HasSubstr("BST2")));
+    const std::string native = agent.ask(ann, "<get-config><source><running/></source></get-config>");
+    EXPECT_THAT(native, HasSubstr("Ots0/0/0/2")); // a rule protects the tree that it names
+}
+
+TEST_F(Access, DoesNotTellOfHiddenDataByConditions)
+{
+    allow(std::string{kOcPath} + "<access-operations>read</access-operations><action>deny</action>");
+    EXPECT_THAT(agent.ask(ann, R"(<get-config xmlns:oc="http://openconfig.net/yang/optical-attenuator"><source>)"
+                               R"(<running/></source><filter type="xpath" select="/oc:optical-attenuator[.//oc:)"
+                               R"(attenuation='9.5']"/></get-config>)"),
+                Not(HasSubstr("attenuator")));
+}
+
+TEST_F(Access, RulesSurviveARestart)
+{
+    allow(std::string{kOcPath} + "<access-operations>*</access-operations><action>permit</action>");
+    agent.restart();
+    EXPECT_EQ(edit_as_ann(attenuator("0/0-VOA-BST2", "1.0")), kOk);
+    EXPECT_THAT(agent.ask(ann, R"(<get><filter><nacm xmlns="urn:ietf:params:xml:ns:yang:ietf-netconf-acm"/>)"
+                               "</filter></get>"),
+                Not(HasSubstr("rule-list"))); // rules are for those who manage them
+}
+
+TEST_F(Access, IsAskedAgainWhenACandidateIsCommitted)
+{
+    allow(std::string{kOcPath} + "<access-operations>*</access-operations><action>permit</action>");
+    agent.edit(attenuator("0/0-VOA-BST0", "1.0"), "", "candidate");
+    EXPECT_THAT(agent.ask(ann, "<commit/>"), HasSubstr("access-denied"));
+    agent.ask("<discard-changes/>");
+    agent.ask(ann, "<edit-config><target><candidate/></target><config>" + attenuator("0/0-VOA-BST2", "1.0") +
+                       "</config></edit-config>");
+    EXPECT_EQ(agent.ask(ann, "<commit/>"), kOk);
+    EXPECT_EQ(agent.configured_db("0/0-VOA-BST2"), "1.0");
+}
+
+} // namespace

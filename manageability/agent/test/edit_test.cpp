@@ -1,0 +1,211 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Edits of running, through either tree.
+#include "agent_testing.hpp"
+
+namespace {
+
+using namespace test;
+using testing::HasSubstr;
+using testing::Not;
+
+class Edit : public testing::Test {
+protected:
+    std::string native(const std::string& name) { return agent.get_config(interface(name)); }
+    AgentDouble agent;
+};
+
+TEST_F(Edit, OfOneTreeIsSeenInTheOther)
+{
+    ASSERT_EQ(agent.edit(attenuator("0/0-VOA-BST2", "12.5")), kOk);
+    EXPECT_THAT(native("Ots0/0/0/2"), HasSubstr("<ots-tx-voa-attenuation>125</ots-tx-voa-attenuation>"));
+    const std::string ots = R"(<ots xmlns="http://quarn.example/ns/yang/Quarn-KMT-VN-controller-ots-cfg">)"
+                            "<ots-tx-voa-attenuation>42</ots-tx-voa-attenuation></ots>";
+    ASSERT_EQ(agent.edit(interface("Ots0/0/0/2", ots)), kOk);
+    EXPECT_EQ(agent.configured_db("0/0-VOA-BST2"), "4.2");
+}
+
+TEST_F(Edit, OfBothTreesAtOnceHasTheLaterElementWin)
+{
+    const std::string ots = R"(<ots xmlns="http://quarn.example/ns/yang/Quarn-KMT-VN-controller-ots-cfg">)"
+                            "<ots-tx-voa-attenuation>42</ots-tx-voa-attenuation></ots>";
+    ASSERT_EQ(agent.edit(attenuator("0/0-VOA-BST2", "1.0") + interface("Ots0/0/0/2", ots)), kOk);
+    EXPECT_EQ(agent.configured_db("0/0-VOA-BST2"), "4.2");
+    ASSERT_EQ(agent.edit(interface("Ots0/0/0/2", ots) + attenuator("0/0-VOA-BST2", "1.0")), kOk);
+    EXPECT_EQ(agent.configured_db("0/0-VOA-BST2"), "1.0");
+}
+
+TEST_F(Edit, ThatIsRefusedInPartChangesNothing)
+{
+    const std::string before = agent.ask("<get-config><source><running/></source></get-config>");
+    const std::string reply = agent.edit(attenuator("0/0-VOA-BST0", "1.0") + attenuator("0/0-VOA-BST2", "20.1"));
+    EXPECT_THAT(reply, HasSubstr("<error-tag>invalid-value</error-tag>"));
+    EXPECT_THAT(reply, HasSubstr("attenuator[name='0/0-VOA-BST2']/config/attenuation</error-path>"));
+    EXPECT_THAT(agent.edit(attenuator("0/0-VOA-BST0", "1.0") + interface("x", "<bandwidth>-1</bandwidth>")),
+                HasSubstr("/interface-configurations/interface-configuration[active='act'][interface-name='x']/"
+                          "bandwidth</error-path>"));
+    EXPECT_EQ(agent.ask("<get-config><source><running/></source></get-config>"), before);
+}
+
+TEST_F(Edit, OfAnAttenuatorThatThereIsNotIsRefused)
+{
+    EXPECT_THAT(agent.edit(attenuator("0/0-VOA-BST9", "1.0")), HasSubstr("is no attenuator of this device"));
+}
+
+TEST_F(Edit, ThatChangesNothingWritesNothing)
+{
+    const auto generation = agent.store.generation();
+    EXPECT_EQ(agent.edit(attenuator("0/0-VOA-BST2", "9.5")), kOk);
+    EXPECT_EQ(agent.store.generation(), generation);
+}
+
+struct OperationCase {
+    const char* name;
+    const char* operation;
+    const char* interface; ///< name of the entry
+    const char* outcome;   ///< "ok" or an error-tag
+    const char* after;     ///< description that the entry has then; empty: none, null: no entry
+};
+
+void PrintTo(const OperationCase& sample, std::ostream* out)
+{
+    *out << sample.name;
+}
+
+class NativeOperation : public testing::TestWithParam<OperationCase> {};
+
+TEST_P(NativeOperation, OnAListEntry)
+{
+    AgentDouble agent;
+    const auto& sample = GetParam();
+    const std::string reply =
+        agent.edit(interface(sample.interface, "<description>new</description>", sample.operation));
+    EXPECT_THAT(reply, HasSubstr(std::string{sample.outcome} == "ok"
+                                     ? "<ok/>"
+                                     : "<error-tag>" + std::string{sample.outcome} + "</error-tag>"));
+    const std::string after = agent.get_config(interface(sample.interface));
+    if (sample.after == nullptr) {
+        EXPECT_THAT(after, Not(HasSubstr("<interface-name>")));
+    } else {
+        EXPECT_THAT(after, HasSubstr(std::string{"<description>"} + sample.after + "</description>"));
+    }
+}
+
+constexpr const char* kThere = "GigabitEthernet0/0/0/0";
+constexpr const char* kAbsent = "GigabitEthernet0/0/0/9";
+INSTANTIATE_TEST_SUITE_P(All, NativeOperation,
+                         testing::Values(OperationCase{"MergeThere", "merge", kThere, "ok", "new"},
+                                         OperationCase{"MergeAbsent", "merge", kAbsent, "ok", "new"},
+                                         OperationCase{"ReplaceThere", "replace", kThere, "ok", "new"},
+                                         OperationCase{"ReplaceAbsent", "replace", kAbsent, "ok", "new"},
+                                         OperationCase{"CreateThere", "create", kThere, "data-exists", "uplink"},
+                                         OperationCase{"CreateAbsent", "create", kAbsent, "ok", "new"},
+                                         OperationCase{"DeleteThere", "delete", kThere, "ok", nullptr},
+                                         OperationCase{"DeleteAbsent", "delete", kAbsent, "data-missing", nullptr},
+                                         OperationCase{"RemoveThere", "remove", kThere, "ok", nullptr},
+                                         OperationCase{"RemoveAbsent", "remove", kAbsent, "ok", nullptr},
+                                         OperationCase{"Misspelt", "murge", kThere, "bad-attribute", "uplink"}),
+                         [](const auto& made) { return made.param.name; });
+
+TEST_F(Edit, ByDefaultOperationNoneNeedsWhatItPasses)
+{
+    const std::string none = "<default-operation>none</default-operation>";
+    const std::string gone = "<description nc:operation=\"delete\"/>";
+    EXPECT_EQ(agent.edit(interface("GigabitEthernet0/0/0/0", gone), none), kOk);
+    EXPECT_THAT(native("GigabitEthernet0/0/0/0"), Not(HasSubstr("description")));
+    EXPECT_THAT(agent.edit(interface("Absent", gone), none), HasSubstr("data-missing"));
+    EXPECT_THAT(agent.edit(interface("GigabitEthernet0/0/0/0", "<shutdown/>"), none), HasSubstr("data-missing"));
+    EXPECT_THAT(native("GigabitEthernet0/0/0/0"), Not(HasSubstr("shutdown")));
+}
+
+TEST_F(Edit, OfAKeyAloneOrWithoutItIsRefused)
+{
+    EXPECT_THAT(agent.edit(R"(<interface-configurations xmlns="http://quarn.example/ns/yang/Quarn-KMT-VN-ifmgr-cfg">)"
+                           "<interface-configuration><active>act</active></interface-configuration>"
+                           "</interface-configurations>"),
+                HasSubstr("<bad-element>interface-name</bad-element>"));
+}
+
+TEST_F(Edit, OfStateOrUnknownNamesIsRefused)
+{
+    EXPECT_THAT(agent.edit(R"(<ots-oper xmlns="http://quarn.example/ns/yang/Quarn-KMT-VN-controller-ots-oper"/>)"),
+                HasSubstr("State data cannot be configured"));
+    EXPECT_THAT(agent.edit(interface("x", "<colour>red</colour>")), HasSubstr("<bad-element>colour</bad-element>"));
+    EXPECT_THAT(agent.edit("<a xmlns=\"urn:x\"/>"), HasSubstr("<bad-namespace>urn:x</bad-namespace>"));
+}
+
+TEST_F(Edit, TestOnlyJudgesAndChangesNothing)
+{
+    const std::string test = "<test-option>test-only</test-option>";
+    EXPECT_EQ(agent.edit(attenuator("0/0-VOA-BST2", "1.0"), test), kOk);
+    EXPECT_EQ(agent.configured_db("0/0-VOA-BST2"), "9.5");
+    EXPECT_THAT(agent.edit(attenuator("0/0-VOA-BST2", "21.0"), test), HasSubstr("invalid-value"));
+}
+
+TEST_F(Edit, KeepsTheOrderThatUsersGive)
+{
+    const auto list = [](const std::string& name, const std::string& attributes) {
+        return R"(<nacm xmlns="urn:ietf:params:xml:ns:yang:ietf-netconf-acm"><rule-list )"
+               R"(xmlns:yang="urn:ietf:params:xml:ns:yang:1" )" +
+               attributes + "><name>" + name + "</name></rule-list></nacm>";
+    };
+    const auto order = [&] {
+        const std::string reply = agent.get_config(R"(<nacm xmlns="urn:ietf:params:xml:ns:yang:ietf-netconf-acm"/>)");
+        std::string names;
+        for (auto at = reply.find("<name>"); at != std::string::npos; at = reply.find("<name>", at + 1)) {
+            names += reply.substr(at + 6, reply.find('<', at + 1) - at - 6);
+        }
+        return names;
+    };
+    for (const char* name : {"c", "a", "b"}) {
+        ASSERT_EQ(agent.edit(list(name, "")), kOk);
+    }
+    EXPECT_EQ(order(), "cab");
+    ASSERT_EQ(agent.edit(list("d", "yang:insert=\"first\"")), kOk);
+    EXPECT_EQ(order(), "dcab");
+    ASSERT_EQ(agent.edit(list("d", "yang:insert=\"after\" yang:key=\"[name='a']\"")), kOk);
+    EXPECT_EQ(order(), "cadb");
+    ASSERT_EQ(agent.edit(list("c", "yang:insert=\"last\"")), kOk);
+    EXPECT_EQ(order(), "adbc");
+    EXPECT_THAT(agent.edit(list("c", "yang:insert=\"before\" yang:key=\"[name='x']\"")), HasSubstr("missing-instance"));
+    agent.restart();
+    EXPECT_EQ(order(), "adbc");
+}
+
+TEST_F(Edit, IsShownBeforeItIsMade)
+{
+    const std::string reply = agent.ask(R"(<preview-edit xmlns="urn:zpf:yang:zpf-agent"><config>)" +
+                                        attenuator("0/0-VOA-BST2", "1.5") + "</config></preview-edit>");
+    EXPECT_THAT(reply, HasSubstr("<before>95</before><after>15</after>"));
+    EXPECT_THAT(reply, HasSubstr("[Quarn-KMT-VN-ifmgr-cfg:interface-name='Ots0/0/0/2']"));
+    EXPECT_EQ(agent.configured_db("0/0-VOA-BST2"), "9.5");
+}
+
+TEST_F(Edit, CopiesAWholeConfiguration)
+{
+    EXPECT_EQ(agent.ask("<copy-config><target><running/></target><source><config>" + attenuator("0/0-VOA-BST0", "7.0") +
+                        "</config></source></copy-config>"),
+              kOk);
+    EXPECT_EQ(agent.configured_db("0/0-VOA-BST0"), "7.0");
+    EXPECT_EQ(agent.configured_db("0/0-VOA-BST2"), "none");
+    EXPECT_THAT(native("GigabitEthernet0/0/0/0"), Not(HasSubstr("interface-name")));
+    EXPECT_THAT(agent.ask("<copy-config><target><running/></target><source><running/></source></copy-config>"),
+                HasSubstr("invalid-value"));
+    EXPECT_THAT(agent.ask("<delete-config><target><startup/></target></delete-config>"),
+                HasSubstr("operation-not-supported"));
+}
+
+TEST_F(Edit, TellsSubscribersOfChanges)
+{
+    agent.edit(attenuator("0/0-VOA-BST0", "7.0"));
+    agent.edit(attenuator("0/0-VOA-BST0", "7.0"));
+    EXPECT_THAT(agent.events, testing::ElementsAre("netconf-config-change"));
+}
+
+TEST_F(Edit, RefusesNamesThatAreTooLongToKeep)
+{
+    EXPECT_THAT(agent.edit(interface(std::string(600, 'n'), "<shutdown/>")), HasSubstr("too-big"));
+    EXPECT_EQ(agent.edit(attenuator("0/0-VOA-BST0", "7.0")), kOk);
+}
+
+} // namespace

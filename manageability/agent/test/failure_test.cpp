@@ -1,0 +1,107 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The disk and the device say no.
+#include "agent_testing.hpp"
+
+#include <cerrno>
+
+namespace {
+
+using namespace test;
+using testing::HasSubstr;
+
+class Failure : public testing::Test {
+protected:
+    /// Makes the n-th operation of the store fail, counted from now.
+    void fail_operation(int n, int error)
+    {
+        left_ = n;
+        agent.faults.before = [this, error](const char*) { return --left_ == 0 ? error : 0; };
+    }
+    AgentDouble agent;
+    int left_ = 0;
+};
+
+TEST_F(Failure, OfTheDiskAtAnyPointLeavesTheOldConfiguration)
+{
+    const std::string before = agent.ask("<get-config><source><running/></source></get-config>");
+    int refused = 0;
+    for (int n = 1; n < 50; ++n) {
+        fail_operation(n, ENOSPC);
+        const std::string reply = agent.edit(attenuator("0/0-VOA-BST2", "1.0") + attenuator("0/0-VOA-BST0", "2.0"));
+        agent.faults.before = nullptr;
+        if (reply == kOk) {
+            break;
+        }
+        ++refused;
+        EXPECT_THAT(reply, HasSubstr("<error-tag>resource-denied</error-tag>"));
+        EXPECT_EQ(agent.ask("<get-config><source><running/></source></get-config>"), before) << "operation " << n;
+    }
+    EXPECT_GE(refused, 3); // two records and the commit
+    EXPECT_EQ(agent.configured_db("0/0-VOA-BST2"), "1.0");
+}
+
+TEST_F(Failure, OfTheDiskTakesTheDeviceBack)
+{
+    std::vector<zpf::device::Reading> seen;
+    std::mutex mutex;
+    agent.device.start({}, [&](std::span<const zpf::device::Reading> readings) {
+        const std::lock_guard lock(mutex);
+        seen.insert(seen.end(), readings.begin(), readings.end());
+    });
+    const auto reads = [&](const std::string& value) {
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds{20};
+        while (std::chrono::steady_clock::now() < end) {
+            const std::lock_guard lock(mutex);
+            for (const auto& reading : seen) {
+                if (reading.port == "Ots0/0/0/2" && reading.leaves.front().second == value) {
+                    seen.clear();
+                    return true;
+                }
+            }
+            std::this_thread::yield();
+        }
+        return false;
+    };
+    EXPECT_TRUE(reads("95"));
+    agent.faults.before = [](const char* operation) { return std::string{operation} == "commit" ? EIO : 0; };
+    EXPECT_THAT(agent.edit(attenuator("0/0-VOA-BST2", "1.0")), HasSubstr("operation-failed"));
+    agent.faults.before = nullptr;
+    ASSERT_EQ(agent.edit(attenuator("0/0-VOA-BST2", "9.4")),
+              kOk); // the device is at 9.5 again, or this would be 1.0's end
+    EXPECT_TRUE(reads("94"));
+    agent.device.stop();
+}
+
+TEST_F(Failure, OfTheDeviceRefusesTheEdit)
+{
+    agent.device_faults.inject("Ots0/0/0/2", "refuse-value", 10, -1);
+    const std::string reply = agent.edit(attenuator("0/0-VOA-BST2", "1.0"));
+    EXPECT_THAT(reply, HasSubstr("device-refused"));
+    EXPECT_THAT(reply, HasSubstr("ots-tx-voa-attenuation</error-path>"));
+    EXPECT_EQ(agent.configured_db("0/0-VOA-BST2"), "9.5");
+    EXPECT_EQ(agent.edit(attenuator("0/0-VOA-BST2", "1.1")), kOk);
+}
+
+TEST_F(Failure, OfTheDeviceToAnswerRefusesTheEdit)
+{
+    agent.device_faults.inject("Ots0/0/0/2", "no-answer", -1, -1);
+    EXPECT_THAT(agent.edit(attenuator("0/0-VOA-BST2", "1.0")), HasSubstr("device-no-answer"));
+    EXPECT_EQ(agent.edit(attenuator("0/0-VOA-BST0", "1.0")), kOk);
+    agent.device_faults.clear("Ots0/0/0/2");
+    EXPECT_EQ(agent.edit(attenuator("0/0-VOA-BST2", "1.0")), kOk);
+}
+
+TEST_F(Failure, OfACommitKeepsTheCandidate)
+{
+    agent.edit(attenuator("0/0-VOA-BST2", "1.0"), "", "candidate");
+    fail_operation(2, ENOSPC);
+    EXPECT_THAT(agent.ask("<commit><confirmed/></commit>"), HasSubstr("resource-denied"));
+    agent.faults.before = nullptr;
+    EXPECT_EQ(agent.configured_db("0/0-VOA-BST2"), "9.5");
+    EXPECT_THAT(agent.ask("<cancel-commit/>"), HasSubstr("No commit is waiting"));
+    ASSERT_EQ(agent.ask("<commit/>"), kOk);
+    EXPECT_EQ(agent.configured_db("0/0-VOA-BST2"), "1.0");
+}
+
+} // namespace

@@ -1,0 +1,232 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// get, get-config and get-data.
+#include "agent_testing.hpp"
+
+namespace {
+
+using namespace test;
+using testing::HasSubstr;
+using testing::Not;
+
+std::string data(const std::string& content)
+{
+    return R"(<data xmlns="urn:ietf:params:xml:ns:netconf:base:1.0">)" + content + "</data>";
+}
+
+constexpr const char* kBst0 = R"(<optical-attenuator xmlns="http://openconfig.net/yang/optical-attenuator">)"
+                              "<attenuators><attenuator><name>0/0-VOA-BST0</name><config><name>0/0-VOA-BST0</name>"
+                              "<attenuation>3.0</attenuation></config></attenuator></attenuators></optical-attenuator>";
+
+class Read : public testing::Test {
+protected:
+    std::string xpath(const std::string& expression)
+    {
+        return agent.ask(R"(<get-config xmlns:oc="http://openconfig.net/yang/optical-attenuator" xmlns:if=)"
+                         R"("http://quarn.example/ns/yang/Quarn-KMT-VN-ifmgr-cfg"><source><running/></source>)"
+                         "<filter type=\"xpath\" select=\"" +
+                         expression + "\"/></get-config>");
+    }
+    AgentDouble agent;
+};
+
+TEST_F(Read, OfOneAttenuatorShowsThatOne)
+{
+    const std::string filter = R"(<optical-attenuator xmlns="http://openconfig.net/yang/optical-attenuator">)"
+                               "<attenuators><attenuator><name>0/0-VOA-BST0</name></attenuator></attenuators>"
+                               "</optical-attenuator>";
+    EXPECT_EQ(agent.get_config(filter), data(kBst0));
+    EXPECT_EQ(agent.get_config(filter), data(kBst0)); // known by now
+    EXPECT_EQ(agent.counters.cached_plans, 1u);
+}
+
+TEST_F(Read, ThatIsRepeatedSeesEveryChange)
+{
+    for (const char* db : {"1.0", "2.5", "20.0"}) {
+        ASSERT_EQ(agent.edit(attenuator("0/0-VOA-BST0", db)), kOk);
+        EXPECT_EQ(agent.configured_db("0/0-VOA-BST0"), db);
+        EXPECT_EQ(agent.configured_db("0/0-VOA-BST0"), db);
+    }
+}
+
+TEST_F(Read, OfSomethingThatNoModelHasIsEmpty)
+{
+    EXPECT_EQ(agent.get_config(R"(<unheard-of xmlns="urn:x"/>)"), data(""));
+    EXPECT_EQ(agent.get_config(""), data(""));
+}
+
+TEST_F(Read, ByXPathShowsWhatIsSelectedAndWhatLeadsThere)
+{
+    EXPECT_EQ(xpath("/oc:optical-attenuator/oc:attenuators/oc:attenuator[oc:name='0/0-VOA-BST0']"), data(kBst0));
+    const std::string value = xpath("/if:interface-configurations/if:interface-configuration[if:active='act']"
+                                    "[if:interface-name='GigabitEthernet0/0/0/0']/if:description");
+    EXPECT_THAT(value, HasSubstr("<description>uplink</description>"));
+    EXPECT_THAT(value, Not(HasSubstr("Ots0/0/0/0")));
+    EXPECT_THAT(xpath("//oc:attenuation"), HasSubstr("<attenuation>9.5</attenuation>"));
+    EXPECT_THAT(xpath("//oc:attenuation[. &gt; 5]"), Not(HasSubstr("<attenuation>3.0</attenuation>")));
+    EXPECT_EQ(xpath("/oc:optical-attenuator/oc:nothing"), data(""));
+}
+
+TEST_F(Read, ByXPathThatIsWrongIsRefused)
+{
+    EXPECT_THAT(xpath("/no:such"), HasSubstr("the prefix &quot;no&quot;, which is not declared"));
+    EXPECT_THAT(xpath("/oc:optical-attenuator["), HasSubstr("<error-tag>invalid-value</error-tag>"));
+    EXPECT_THAT(xpath("/oc:a['"), HasSubstr("never closed"));
+    EXPECT_THAT(agent.ask(R"(<get><filter type="xpath"/></get>)"), HasSubstr("missing-attribute"));
+    EXPECT_THAT(agent.ask(R"(<get><filter type="regex"/></get>)"), HasSubstr("bad-attribute"));
+}
+
+struct SubtreeCase {
+    const char* name;
+    const char* filter;
+    const char* selected; ///< inside of the list's container; empty: nothing
+};
+
+void PrintTo(const SubtreeCase& sample, std::ostream* out)
+{
+    *out << sample.name;
+}
+
+class Subtree : public testing::TestWithParam<SubtreeCase> {};
+
+TEST_P(Subtree, SelectsInNativeConfiguration)
+{
+    AgentDouble agent;
+    const std::string ns = R"( xmlns="http://quarn.example/ns/yang/Quarn-KMT-VN-ifmgr-cfg")";
+    const std::string filter =
+        "<interface-configurations" + ns + ">" + GetParam().filter + "</interface-configurations>";
+    const std::string selected = GetParam().selected;
+    EXPECT_EQ(agent.get_config(filter), data(selected.empty() ? ""
+                                                              : "<interface-configurations" + ns + ">" + selected +
+                                                                    "</interface-configurations>"));
+}
+
+constexpr const char* kEthernet =
+    "<interface-configuration><active>act</active><interface-name>GigabitEthernet0/0/0/0</interface-name>"
+    "<description>uplink</description></interface-configuration>";
+constexpr const char* kEthernetKeys =
+    "<interface-configuration><active>act</active><interface-name>GigabitEthernet0/0/0/0</interface-name>"
+    "</interface-configuration>";
+
+INSTANTIATE_TEST_SUITE_P(
+    All, Subtree,
+    testing::Values(
+        SubtreeCase{"ByBothKeys",
+                    "<interface-configuration><active>act</active><interface-name>GigabitEthernet0/0/0/0"
+                    "</interface-name></interface-configuration>",
+                    kEthernet},
+        SubtreeCase{"ByOneKey",
+                    "<interface-configuration><interface-name> GigabitEthernet0/0/0/0 </interface-name>"
+                    "</interface-configuration>",
+                    kEthernet},
+        SubtreeCase{"ByAValue", "<interface-configuration><description>uplink</description></interface-configuration>",
+                    kEthernet},
+        SubtreeCase{"ByAValueThatIsNotThere",
+                    "<interface-configuration><description>down</description></interface-configuration>", ""},
+        SubtreeCase{"ALeafOfOne",
+                    "<interface-configuration><interface-name>GigabitEthernet0/0/0/0</interface-name><description/>"
+                    "</interface-configuration>",
+                    kEthernet},
+        SubtreeCase{"AKeyOfOne",
+                    "<interface-configuration><interface-name>GigabitEthernet0/0/0/0</interface-name><active/>"
+                    "</interface-configuration>",
+                    kEthernetKeys},
+        SubtreeCase{"WithAttributesNoDataHave", "<interface-configuration x=\"1\"/>", ""},
+        SubtreeCase{"OfAnotherNamespace", "<interface-configuration xmlns=\"urn:other\"/>", ""}),
+    [](const auto& made) { return made.param.name; });
+
+TEST_F(Read, OfOperationalDataShowsWhatTheDeviceReads)
+{
+    auto transaction = agent.store.write_volatile();
+    transaction.put("/oper/optics/if/Ots0_0_0_2/name", "Ots0/0/0/2");
+    transaction.put("/oper/optics/if/Ots0_0_0_2/tx-voa-attenuation", "93");
+    transaction.commit();
+    const std::string get = agent.ask("<get><filter>" + std::string{kOcFilter} + "</filter></get>");
+    EXPECT_THAT(get, HasSubstr("<instant>9.3</instant>"));
+    const std::string nmda = agent.ask(
+        R"(<get-data xmlns="urn:ietf:params:xml:ns:yang:ietf-netconf-nmda" xmlns:ds="urn:ietf:params:xml:ns:yang:)"
+        R"(ietf-datastores"><datastore>ds:operational</datastore><subtree-filter>)" +
+        std::string{kOcFilter} + "</subtree-filter><config-filter>false</config-filter></get-data>");
+    EXPECT_THAT(nmda, HasSubstr("<instant>9.3</instant>"));
+    EXPECT_THAT(nmda, Not(HasSubstr("<config>")));
+}
+
+TEST_F(Read, LeavesOutAReadingThatItsModelDoesNotTake)
+{
+    auto transaction = agent.store.write_volatile();
+    transaction.put("/oper/optics/if/Ots0_0_0_2/name", "Ots0/0/0/2");
+    transaction.put("/oper/optics/if/Ots0_0_0_2/tx-voa-attenuation", "-5");
+    transaction.commit();
+    const std::string get = agent.ask("<get><filter>" + std::string{kOcFilter} + "</filter></get>");
+    EXPECT_THAT(get, HasSubstr("<attenuation>9.5</attenuation>")); // configured
+    EXPECT_THAT(get, Not(HasSubstr("<attenuation>-0.5"))); // from 0 on
+    EXPECT_THAT(get, HasSubstr("<instant>-0.5"));          // any loss
+    EXPECT_GT(agent.counters.readings_left_out, 0u);
+}
+
+TEST_F(Read, ByDepthEndsThere)
+{
+    const std::string shallow = agent.ask(
+        R"(<get-data xmlns="urn:ietf:params:xml:ns:yang:ietf-netconf-nmda" xmlns:ds="urn:ietf:params:xml:ns:yang:)"
+        R"(ietf-datastores"><datastore>ds:running</datastore><subtree-filter>)" +
+        std::string{kOcFilter} + "</subtree-filter><max-depth>3</max-depth></get-data>");
+    EXPECT_THAT(shallow, HasSubstr("<name>0/0-VOA-BST0</name>"));
+    EXPECT_THAT(shallow, Not(HasSubstr("<config>")));
+}
+
+TEST_F(Read, OfDefaultsShowsThemWhenAsked)
+{
+    const std::string ask = R"(<get-config><source><running/></source><filter><nacm xmlns="urn:ietf:params:xml:ns:)"
+                            R"(yang:ietf-netconf-acm"/></filter>)";
+    ASSERT_EQ(agent.edit(R"(<nacm xmlns="urn:ietf:params:xml:ns:yang:ietf-netconf-acm"><write-default>deny)"
+                         "</write-default></nacm>"),
+              kOk);
+    const std::string mode = R"(<with-defaults xmlns="urn:ietf:params:xml:ns:yang:ietf-netconf-with-defaults">)";
+    EXPECT_THAT(agent.ask(ask + "</get-config>"), HasSubstr("<write-default>deny"));
+    const std::string all = agent.ask(ask + mode + "report-all</with-defaults></get-config>");
+    EXPECT_THAT(all, HasSubstr("<read-default>permit</read-default>"));
+    EXPECT_THAT(agent.ask(ask + mode + "trim</with-defaults></get-config>"), Not(HasSubstr("write-default")));
+    EXPECT_THAT(agent.ask(ask + mode + "some</with-defaults></get-config>"), HasSubstr("invalid-value"));
+}
+
+TEST_F(Read, OfEverySchemaGivesItsText)
+{
+    const auto schema = [&](const std::string& name) {
+        return agent.ask(R"(<get-schema xmlns="urn:ietf:params:xml:ns:yang:ietf-netconf-monitoring"><identifier>)" +
+                         name + "</identifier></get-schema>");
+    };
+    uint32_t index = 0;
+    std::size_t count = 0;
+    while (const lys_module* module = ly_ctx_get_module_iter(&yang().ctx(), &index)) {
+        EXPECT_THAT(schema(module->name), HasSubstr("module " + std::string{module->name}));
+        ++count;
+    }
+    EXPECT_GT(count, 15u);
+    EXPECT_THAT(schema("no-such"), HasSubstr("<error-tag>invalid-value</error-tag>"));
+}
+
+TEST_F(Read, RefusesWhatItDoesNotKnow)
+{
+    EXPECT_THAT(agent.ask("<get-config/>"), HasSubstr("missing-element"));
+    EXPECT_THAT(agent.ask("<get-config><source><startup/></source></get-config>"), HasSubstr("invalid-value"));
+    EXPECT_THAT(agent.ask("<get><fliter/></get>"), HasSubstr("<bad-element>fliter</bad-element>"));
+    EXPECT_THAT(agent.ask("<fetch/>"), HasSubstr("operation-not-supported"));
+    EXPECT_THAT(agent.ask(R"(<get xmlns="urn:x"/>)"), HasSubstr("unknown-namespace"));
+}
+
+TEST_F(Read, RefusesMessagesThatAreNone)
+{
+    const auto malformed = agent.send(agent.owner, "<rpc><get></rpc>");
+    EXPECT_THAT(malformed, HasSubstr("malformed-message"));
+    EXPECT_THAT(agent.send(agent.owner, R"(<rpc xmlns="urn:ietf:params:xml:ns:netconf:base:1.0"><get/></rpc>)"),
+                HasSubstr("<bad-attribute>message-id</bad-attribute>"));
+    EXPECT_THAT(agent.send(agent.owner, "<hello/>"), HasSubstr("malformed-message"));
+    EXPECT_THAT(agent.send(agent.owner, "<!DOCTYPE x []><rpc/>"), HasSubstr("document type"));
+    std::string deep = R"(<rpc xmlns="urn:ietf:params:xml:ns:netconf:base:1.0" message-id="1">)";
+    for (int i = 0; i < 200000; ++i) {
+        deep += "<a>";
+    }
+    EXPECT_THAT(agent.send(agent.owner, deep), HasSubstr("levels deep"));
+}
+
+} // namespace
