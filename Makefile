@@ -2,7 +2,7 @@
 #
 # The few commands a newcomer needs. Each installs what it lacks, builds in build/<preset> and runs.
 .DEFAULT_GOAL := help
-.PHONY: help build demo test asan tsan clang bench coverage format format-check spdx-check tidy check install clean
+.PHONY: help build run demo test asan tsan clang bench bench-agent coverage package format format-check spdx-check tidy check install clean
 
 PRESET ?= dev
 JOBS ?= $(shell nproc)
@@ -24,10 +24,19 @@ build: ## everything, in build/dev
 	@tools/install-deps build
 	@$(MAKE) --no-print-directory build-$(PRESET)
 
-demo: build ## one edit to the device and back, on one screen
-	@build/$(PRESET)/bin/zpf-demo
+run: build ## the agent, on a device and a store of its own in build/run; ends on ^C
+	@mkdir -p build/run
+	@echo "Talk to it from another terminal, for instance:"
+	@echo "  build/$(PRESET)/bin/zpf --socket build/run/netconf.sock show"
+	@build/$(PRESET)/bin/zpfd --store build/run/store --seed demo/native.xml --listen unix:build/run/netconf.sock \
+		--slew 2 $(RUN_ARGS)
+
+demo: build ## a client manages a running device, on one screen
+	@tools/install-deps test
+	@demo/demo build/$(PRESET)/bin
 
 test: build ## all tests
+	@tools/install-deps test
 	ctest --preset $(PRESET) -j $(JOBS)
 
 asan: ## all tests under AddressSanitizer and UBSan
@@ -44,6 +53,15 @@ bench: ## what is measured, beside libyang in the same run
 	@tools/install-deps build bench
 	@$(MAKE) --no-print-directory build-release
 	@build/release/bin/zpf-bench $(BENCH_ARGS)
+
+bench-agent: ## the agent beside another NETCONF server, rounds alternating
+	@tools/install-deps build bench
+	@$(MAKE) --no-print-directory build-release
+	@build/release/bin/zpf-bench-agent $(BENCH_ARGS)
+
+package: ## a Debian package, in build/release
+	@$(MAKE) --no-print-directory build-release CMAKE_ARGS=-DZPF_TESTS=OFF
+	cd build/release && cpack -G DEB
 
 coverage: ## executed lines of the plug-in
 	@tools/install-deps build coverage

@@ -15,6 +15,8 @@ namespace zpf::agent {
 
 namespace {
 
+constexpr std::chrono::seconds kFirstReportTime{2};
+
 /// The plug-in of the folder. One client model is served, so there is one.
 std::string plugin_in(const std::string& folder)
 {
@@ -115,7 +117,12 @@ void Agent::open_diagnostics(const Options& options)
 void Agent::start_device()
 {
     const auto first = first_readings(store_.snapshot());
+    std::future<void> reported = first_report_.get_future();
     device_.start(first, [this](std::span<const device::Reading> readings) { take_readings(readings); });
+    // Whoever is let in finds the device as it is; one that does not report keeps nobody waiting for long.
+    if (reported.wait_for(kFirstReportTime) != std::future_status::ready) {
+        log_(1, "the device has not reported its readings yet");
+    }
 }
 
 /// On a thread of the device's.
@@ -139,6 +146,9 @@ void Agent::take_readings(std::span<const device::Reading> readings)
         transaction.commit();
     } catch (const kelda::StoreError& error) {
         log_(1, std::string{"readings are not kept: "} + error.what());
+    }
+    if (!std::exchange(reported_, true)) {
+        first_report_.set_value();
     }
     for (const device::Reading& reading : subscribers_ > 0 ? readings : std::span<const device::Reading>{}) {
         loop_.announce(reading_change(yang_, reading.port));

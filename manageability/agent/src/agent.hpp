@@ -4,6 +4,7 @@
 #pragma once
 
 #include <functional>
+#include <future>
 #include <memory>
 #include <string>
 #include <vector>
@@ -57,6 +58,8 @@ private:
     SessionRegistry sessions_;
     std::atomic<int> subscribers_{0};
     device::Simulation device_;
+    std::promise<void> first_report_;
+    bool reported_ = false; ///< of the device's thread
     SimulatedFaults faults_;
     std::function<void(std::shared_ptr<const Event>)> announce_; ///< set once there is a loop
     Writer writer_;

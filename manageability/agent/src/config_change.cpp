@@ -39,11 +39,12 @@ void add_differences(const Records& before, const Records& after, ChangeMap& cha
     }
 }
 
+/// True for what the mapping judges: the client's model, and models that no plug-in maps.
 bool is_mapped(const Yang& yang, Element top)
 {
     const lys_module* const module = yang.module_of_namespace(top.ns());
     const lysc_node* const schema = module ? Yang::top(*module, top.name()) : nullptr;
-    return schema != nullptr && yang.home(*schema) == Home::mapped;
+    return schema != nullptr && (yang.home(*schema) == Home::mapped || yang.home(*schema) == Home::unmapped);
 }
 
 [[noreturn]] void deny(const Author& author, const Denied& denied)

@@ -13,7 +13,10 @@ Mapping::Mapping(Yang& yang, const std::string& plugin_file, Diagnostics& diagno
     : yang_(yang), plugin_(plugin_file), driver_(yang.schema(), plugin_), diagnostics_(diagnostics)
 {
     for (const EntryWalker& walker : driver_.walkers().to_low) {
-        yang.set_client_model(walker.top->module);
+        yang.set_mapped(*walker.top, Home::mapped);
+    }
+    for (const EntryWalker& walker : driver_.walkers().to_high) {
+        yang.set_mapped(*walker.top, walker.top->config ? Home::native : Home::operational);
     }
 }
 

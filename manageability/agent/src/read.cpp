@@ -84,6 +84,8 @@ private:
                 add(yang_.schema().find_top(part.top->name) != nullptr ? load_readings(yang_, sources_.operational)
                                                                        : sources_.state(*part.top));
                 break;
+            case Home::unmapped:
+                break;
             }
         }
         if (plan_.with_defaults() != WithDefaults::explicit_only) {

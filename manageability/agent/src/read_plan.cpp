@@ -218,6 +218,9 @@ void ReadPlan::read_filter(const Yang& yang, Element operation)
 
 bool ReadPlan::reaches(const Yang& yang, const lysc_node& top) const
 {
+    if (yang.home(top) == Home::unmapped) {
+        return false;
+    }
     return yang.is_config(top) ? config_ || state_ : state_;
 }
 

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <map>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -75,9 +76,11 @@ public:
     void select(const Node& selection, Tree& out) const override;
 
 private:
-    void select_config(const Node& selection, const SchemaNode& own, std::string& name, Tree& out) const;
-    void select_entries(const Node& selection, const SchemaNode& own, std::string& name, Tree& out) const;
-    void add_subtree(std::string_view name, Tree& out) const;
+    using Names = std::set<std::string, std::less<>>; ///< that were handed out: a selection may name an entry twice
+
+    void select_config(const Node& selection, const SchemaNode& own, std::string& name, Tree& out, Names& done) const;
+    void select_entries(const Node& selection, const SchemaNode& own, std::string& name, Tree& out, Names& done) const;
+    void add_all(std::string_view prefix, bool whole_names, Tree& out, Names& done) const;
 
     const Yang& yang_;
     const kelda::Reader& config_;

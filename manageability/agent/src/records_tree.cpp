@@ -57,7 +57,7 @@ Node& descend(Tree& tree, Node& parent, const SchemaNode& own, const PathStep& s
                                          const Node* const leaf = find_child(child, key);
                                          return leaf != nullptr && value_of(*leaf) == value;
                                      });
-        if (own.kind == NodeKind::container || (own.kind == NodeKind::list && same)) {
+        if (own.kind == NodeKind::container || own.kind == NodeKind::leaf || (own.kind == NodeKind::list && same)) {
             return child;
         }
     }
@@ -112,6 +112,7 @@ void add_records(const Schema& schema, const Node& root, Records& records)
 
 void StoreSource::select(const Node& selection, Tree& out) const
 {
+    Names done;
     for (const Node& top : children(selection)) {
         const SchemaNode* const own = yang_.schema().find_top(tag_of(top));
         if (own == nullptr) {
@@ -120,21 +121,22 @@ void StoreSource::select(const Node& selection, Tree& out) const
         if (own->config) {
             std::string name{kConfigBranch};
             name.append(own->module).append(":").append(own->tag);
-            select_config(top, *own, name, out);
+            select_config(top, *own, name, out, done);
         } else if (operational_ != nullptr) {
             select_readings(yang_, *operational_, top, *own, out);
         }
     }
 }
 
-void StoreSource::select_config(const Node& selection, const SchemaNode& own, std::string& name, Tree& out) const
+void StoreSource::select_config(const Node& selection, const SchemaNode& own, std::string& name, Tree& out,
+                                Names& done) const
 {
     if (own.kind == NodeKind::list) {
-        select_entries(selection, own, name, out);
+        select_entries(selection, own, name, out, done);
         return;
     }
     if (children(selection).empty()) {
-        add_subtree(name, out);
+        add_all(name, true, out, done);
         return;
     }
     for (const Node& child : children(selection)) {
@@ -148,13 +150,14 @@ void StoreSource::select_config(const Node& selection, const SchemaNode& own, st
             name.append(below->module).append(":");
         }
         name.append(below->tag);
-        select_config(child, *below, name, out);
+        select_config(child, *below, name, out, done);
         name.resize(length);
     }
 }
 
-/// An entry with all keys is one place in the store; any other is looked for among all of its list.
-void StoreSource::select_entries(const Node& selection, const SchemaNode& own, std::string& name, Tree& out) const
+/// An entry with all keys is one place in the store; with the first ones, the places that begin so.
+void StoreSource::select_entries(const Node& selection, const SchemaNode& own, std::string& name, Tree& out,
+                                 Names& done) const
 {
     const auto has_key = [&](const std::string& key) {
         const Node* const leaf = find_child(selection, key);
@@ -164,36 +167,29 @@ void StoreSource::select_entries(const Node& selection, const SchemaNode& own, s
         return; // without any key it names none
     }
     const std::size_t length = name.size();
-    name.push_back('=');
-    for (const std::string& key : own.keys) {
-        if (!has_key(key)) {
-            break;
-        }
-        name.append(&key == own.keys.data() ? "" : ",");
-        append_encoded(name, *value_of(*find_child(selection, key)));
+    char separator = '=';
+    std::size_t known = 0;
+    for (; known < own.keys.size() && has_key(own.keys[known]); ++known) {
+        name.push_back(separator);
+        append_encoded(name, *value_of(*find_child(selection, own.keys[known])));
+        separator = ',';
     }
-    if (std::all_of(own.keys.begin(), own.keys.end(), has_key)) {
-        add_subtree(name, out);
-    } else if (!has_key(own.keys.front())) {
-        name.resize(length + 1); // the whole list: more does no harm
-        config_.scan(name, [&](std::string_view key, std::string_view value) {
-            add_record(yang_.schema(), key, value, out);
-            return true;
-        });
-    } else {
-        name.push_back(',');
-        config_.scan(name, [&](std::string_view key, std::string_view value) {
-            add_record(yang_.schema(), key, value, out);
-            return true;
-        });
+    const bool all = known == own.keys.size();
+    if (!all) {
+        name.push_back(separator);
     }
+    add_all(name, all, out, done);
     name.resize(length);
 }
 
-void StoreSource::add_subtree(std::string_view name, Tree& out) const
+/// Adds the records below a name, or those whose names begin so, unless they were added before.
+void StoreSource::add_all(std::string_view prefix, bool whole_names, Tree& out, Names& done) const
 {
-    config_.scan(name, [&](std::string_view key, std::string_view value) {
-        if (is_at_or_below(key, name)) {
+    if (!done.emplace(prefix).second) {
+        return;
+    }
+    config_.scan(prefix, [&](std::string_view key, std::string_view value) {
+        if (!whole_names || is_at_or_below(key, prefix)) {
             add_record(yang_.schema(), key, value, out);
         }
         return true;

@@ -63,8 +63,8 @@ private:
                 throw Refused(std::move(error));
             }
             const std::string identity = below->tag + predicates(child, *below);
-            const bool may_repeat =
-                below->kind == NodeKind::leaf_list || (below->kind == NodeKind::list && identity == below->tag);
+            // Entries may be edited twice, one time after the other.
+            const bool may_repeat = below->kind == NodeKind::leaf_list || below->kind == NodeKind::list;
             if (!seen.insert(identity).second && !may_repeat) {
                 throw refused("bad-element", "The element stands twice.", path + "/" + identity, below->tag);
             }

@@ -27,6 +27,22 @@ std::string text_of(const std::string& file)
     return {std::istreambuf_iterator<char>(in), {}};
 }
 
+/// Configuration of a port, whatever is in it. Its readings stand for it as long as it is the same.
+std::string configuration_of(const kelda::Reader& store, std::string_view port)
+{
+    std::string name = std::string{kConfigBranch} + "Quarn-KMT-VN-ifmgr-cfg:interface-configurations/"
+                                                    "interface-configuration=act,";
+    append_encoded(name, port);
+    std::string text;
+    store.scan(name, [&](std::string_view key, std::string_view value) {
+        if (is_at_or_below(key, name)) {
+            text.append(key.substr(name.size())).append("=").append(value).append("\n");
+        }
+        return true;
+    });
+    return text;
+}
+
 void put_readings(const Node& root, kelda::Transaction& transaction)
 {
     const Node* const top = find_child(root, "ots-oper");
@@ -42,7 +58,7 @@ void put_readings(const Node& root, kelda::Transaction& transaction)
         }
         std::string key{kReadings};
         append_encoded(key, value_of(*name).value_or(""));
-        transaction.put(key, "");
+        transaction.put(key, configuration_of(transaction, value_of(*name).value_or("")));
         for (const Node& leaf : info ? children(*info) : std::span<const Node>{}) {
             transaction.put(key + "/" + std::string{tag_of(leaf)}, value_of(leaf).value_or(""));
         }
@@ -81,10 +97,12 @@ std::vector<device::Reading> first_readings(const kelda::Reader& store)
         const std::string_view rest = key.substr(kReadings.size());
         const auto slash = rest.find('/');
         const std::string port = decoded(rest.substr(0, slash));
-        if (readings.empty() || readings.back().port != port) {
-            readings.push_back({port, {}});
-        }
-        if (slash != std::string_view::npos) {
+        if (slash == std::string_view::npos) {
+            // What was configured since has moved the device on.
+            if (configuration_of(store, port) == value) {
+                readings.push_back({port, {}});
+            }
+        } else if (!readings.empty() && readings.back().port == port) {
             readings.back().leaves.emplace_back(rest.substr(slash + 1), std::string{value});
         }
         return true;

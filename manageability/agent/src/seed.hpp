@@ -14,13 +14,13 @@ namespace zpf::agent {
 
 /**
  * Puts native data into a store that was never seeded and has no configuration: all of it or, on a failure, nothing.
- * Readings in them become what the simulated device begins with, now and at each later start.
+ * Readings in them become what the simulated device begins with.
  * @return true when it did, false when the store had data already
  * Throws bridge::BadInput for a file that the models do not take, Failure for one that cannot be read.
  */
 bool seed(const Yang& yang, kelda::Store& store, const std::string& file);
 
-/// Readings that the device begins with.
+/// Readings that the device begins with: those of the seed, but for ports that were configured otherwise since.
 std::vector<device::Reading> first_readings(const kelda::Reader& store);
 
 } // namespace zpf::agent

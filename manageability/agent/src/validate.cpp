@@ -83,7 +83,8 @@ void validate(const Yang& yang, const kelda::Reader& after, const ChangeMap& cha
 void validate_all(const Yang& yang, const kelda::Reader& config)
 {
     for (const lysc_node* top : yang.tops()) {
-        if (yang.is_config(*top) && yang.home(*top) != Home::mapped) {
+        const Home home = yang.home(*top);
+        if (home == Home::native || home == Home::agent_config) {
             validate_at(yang, config, *top, record_name(*top));
         }
     }

@@ -151,14 +151,13 @@ void Yang::index_tops()
 
 Home Yang::home(const lysc_node& top) const
 {
-    const std::string_view module = top.module->name;
-    if (module == client_model_) {
-        return Home::mapped;
+    if (const auto found = mapped_.find(&top); found != mapped_.end()) {
+        return found->second;
     }
-    if (!is_config(top)) {
-        return Home::operational;
+    if (schema().find_top(top.name) != nullptr && schema().find_top(top.name)->module == top.module->name) {
+        return Home::unmapped;
     }
-    return schema().find_top(top.name) != nullptr ? Home::native : Home::agent_config;
+    return is_config(top) ? Home::agent_config : Home::operational;
 }
 
 bool Yang::judged_whole(const lysc_node& top) const

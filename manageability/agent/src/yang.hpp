@@ -18,7 +18,8 @@ namespace zpf::agent {
 enum class Home {
     mapped,      ///< the client model: translated to and from native data
     native,      ///< configuration of the native models, in the store
-    operational, ///< readings of the device
+    operational, ///< readings of the device, and state that is made up on request
+    unmapped,    ///< of the device's models, but no plug-in knows it: there are no data
     agent_config ///< configuration of the agent itself (access control), in the store
 };
 
@@ -36,8 +37,8 @@ public:
      */
     Yang(const std::vector<std::string>& mapped, const std::vector<std::string>& search);
 
-    /// Says that a module is the client's model; while nobody else uses this.
-    void set_client_model(const std::string& module) { client_model_ = module; }
+    /// Says what the plug-in maps: a top node of the client's model, or of a native one. While nobody else uses this.
+    void set_mapped(const SchemaNode& top, Home home) { mapped_[compiled(top)] = home; }
 
     const bridge::Models& models() const { return models_; }
     const Schema& schema() const { return models_.schema(); }
@@ -52,7 +53,7 @@ public:
     static const lysc_node* child(const lysc_node& parent, std::string_view name, const lys_module* module);
     /// Every top data node, in the order of the modules.
     const std::vector<const lysc_node*>& tops() const { return tops_; }
-    /// Whose data they are; nothing for state that is made up on request.
+    /// Who keeps its data.
     Home home(const lysc_node& top) const;
     bool is_config(const lysc_node& node) const { return (node.flags & LYS_CONFIG_W) != 0; }
 
@@ -74,7 +75,7 @@ private:
     void pair(const SchemaNode& node, const lysc_node* parent);
 
     bridge::Models models_;
-    std::string client_model_;
+    std::unordered_map<const lysc_node*, Home> mapped_;
     std::vector<const lysc_node*> tops_;
     std::vector<std::string> capabilities_;
     std::string content_id_;

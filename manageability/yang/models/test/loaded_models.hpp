@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "ly.hpp"
+#include "zpf_bridge/libyang.hpp"
 
 namespace zpf::test {
 

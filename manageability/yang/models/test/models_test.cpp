@@ -104,21 +104,6 @@ TEST_F(Modules, DemandNothingButKeysOfNativeData)
     }
 }
 
-TEST_F(Modules, LetEditsCarryTheOperationAttribute)
-{
-    const std::string edit = std::string("<optical-attenuator xmlns=\"") + ZPF_NS_OPENCONFIG_OPTICAL_ATTENUATOR +
-                             "\"><attenuators xmlns:nc=\"urn:ietf:params:xml:ns:netconf:base:1.0\""
-                             " nc:operation=\"delete\"/></optical-attenuator>";
-    lyd_node* raw = nullptr;
-    ASSERT_EQ(
-        lyd_parse_data_mem(models_->context.get(), edit.c_str(), LYD_XML, LYD_PARSE_ONLY | LYD_PARSE_STRICT, 0, &raw),
-        LY_SUCCESS);
-    const bridge::DataPtr data{raw};
-    const lyd_meta* const operation = lyd_find_meta(lyd_child(raw)->meta, nullptr, "ietf-netconf:operation");
-    ASSERT_NE(operation, nullptr);
-    EXPECT_STREQ(lyd_get_meta_value(operation), "delete");
-}
-
 /// Names from the golden file that belong to one module.
 std::vector<std::string> golden_names(const std::string& module_part)
 {

@@ -6,7 +6,7 @@
 #include <map>
 #include <string>
 
-#include "ly.hpp"
+#include "zpf_bridge/libyang.hpp"
 
 namespace zpf::test {
 
