@@ -22,7 +22,7 @@ void check_depth(std::string_view text)
         } else if (rest.starts_with("![CDATA[")) {
             at = text.find("]]>", at);
         } else if (rest.starts_with("!")) {
-            throw refused_protocol("malformed-message", "document type declarations are not taken");
+            throw refused_message("document type declarations are not taken");
         } else if (rest.starts_with("/")) {
             depth -= depth > 0 ? 1 : 0;
             at += 2;
@@ -34,8 +34,8 @@ void check_depth(std::string_view text)
             // A ">" inside of an attribute's value ends the search early, which only counts one level too many.
             if (text[end - 1] != '/' && text[end - 1] != '?') {
                 if (++depth > kDeepestMessage) {
-                    throw refused_protocol("malformed-message", "elements are nested more than " +
-                                                                    std::to_string(kDeepestMessage) + " levels deep");
+                    throw refused_message("elements are nested more than " + std::to_string(kDeepestMessage) +
+                                          " levels deep");
                 }
             }
             at = end;
@@ -104,12 +104,11 @@ Message::Message(const bridge::Models& models, std::string_view text)
     tree_.reset(tree);
     if (rc != LY_SUCCESS) {
         const bridge::Complaint complaint = bridge::last_complaint(blank);
-        throw refused_protocol(
-            "malformed-message",
-            complaint.reason + (complaint.line > 0 ? " (line " + std::to_string(complaint.line) + ")" : std::string{}));
+        throw refused_message(complaint.reason +
+                              (complaint.line > 0 ? " (line " + std::to_string(complaint.line) + ")" : std::string{}));
     }
     if (!tree_ || tree_->next != nullptr) {
-        throw refused_protocol("malformed-message", "a message is one element");
+        throw refused_message("a message is one element");
     }
 }
 

@@ -22,15 +22,22 @@ std::size_t skip_blanks(std::string_view text, std::size_t at)
     return at;
 }
 
-/// Behind an XML declaration and white space.
+/// Behind what may stand before the element: white space, the XML declaration, comments, instructions.
 std::size_t skip_prolog(std::string_view text)
 {
     std::size_t at = skip_blanks(text, 0);
-    if (text.substr(at, 5) == "<?xml") {
-        const std::size_t end = text.find("?>", at);
-        at = end == std::string_view::npos ? text.size() : skip_blanks(text, end + 2);
+    for (;;) {
+        const std::string_view rest = text.substr(at);
+        const std::string_view end = rest.starts_with("<?") ? "?>" : rest.starts_with("<!--") ? "-->" : "";
+        if (end.empty()) {
+            return at;
+        }
+        const std::size_t found = text.find(end, at);
+        if (found == std::string_view::npos) {
+            return text.size();
+        }
+        at = skip_blanks(text, found + end.size());
     }
-    return at;
 }
 
 } // namespace

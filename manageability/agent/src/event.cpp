@@ -80,6 +80,7 @@ std::string instance_identifier(const Yang& yang, std::string_view record_name)
 {
     std::string path;
     const lysc_node* schema = nullptr;
+    const lys_module* above = nullptr;
     std::string_view rest = record_name.substr(std::min(record_name.size(), kConfigBranch.size()));
     while (!rest.empty()) {
         const std::size_t slash = rest.find('/');
@@ -92,7 +93,9 @@ std::string instance_identifier(const Yang& yang, std::string_view record_name)
         if (schema == nullptr) {
             break;
         }
-        path += fmt::format("/{}:{}", module->name, step.name);
+        // Modules are named where they change (RFC 7951, 6.11).
+        path += module == above ? fmt::format("/{}", step.name) : fmt::format("/{}:{}", module->name, step.name);
+        above = module;
         const auto quoted = [](const std::string& value) {
             return value.find('\'') == std::string::npos ? "'" + value + "'" : "\"" + value + "\"";
         };
@@ -101,7 +104,7 @@ std::string instance_identifier(const Yang& yang, std::string_view record_name)
         }
         const lysc_node* key = schema->nodetype == LYS_LIST ? lysc_node_child(schema) : nullptr;
         for (std::size_t i = 0; key != nullptr && is_key(*key) && i < step.keys.size(); key = key->next, ++i) {
-            path += fmt::format("[{}:{}={}]", key->module->name, key->name, quoted(step.keys[i]));
+            path += fmt::format("[{}={}]", key->name, quoted(step.keys[i]));
         }
     }
     return path;

@@ -43,7 +43,7 @@ bool passes(const Yang& yang, const Subscribed& subscription, const Event& event
 /// The notification message.
 std::string print_notification(const Event& event);
 
-/// Data path of a record: /config/m:a/b=x/c is /m:a/m:b[k='x']/m:c.
+/// Data path of a record: /config/m:a/b=x/c is /m:a/b[k='x']/c.
 std::string instance_identifier(const Yang& yang, std::string_view record_name);
 
 } // namespace zpf::agent

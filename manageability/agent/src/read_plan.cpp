@@ -269,6 +269,9 @@ void ReadPlan::read_subtree(const Yang& yang, Element filter)
 
 void ReadPlan::read_xpath(const Yang& yang, const lyd_node_opaq& holder, std::string_view expression)
 {
+    if (expression.find_first_not_of(" \t\r\n") == std::string_view::npos) {
+        throw refused_protocol("invalid-value", "The XPath expression is empty.", "filter");
+    }
     char* raw = nullptr;
     lyd_print_mem(&raw, &holder.node, LYD_XML, LYD_PRINT_SHRINK);
     const bridge::TextPtr printed{raw};

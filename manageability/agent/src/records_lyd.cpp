@@ -177,8 +177,11 @@ lyd_node* TreeBuilder::descend(lyd_node* parent, const PathStep& step, std::stri
     }
     const lyd_node* const siblings = parent ? lyd_child(parent) : tree_.get();
     lyd_node* found = nullptr;
-    if (schema->nodetype == LYS_CONTAINER && siblings != nullptr) {
+    // What was added before is met again when names overlap.
+    if (siblings != nullptr && (schema->nodetype & (LYS_CONTAINER | LYS_LEAF)) != 0) {
         lyd_find_sibling_val(siblings, schema, nullptr, 0, &found);
+    } else if (siblings != nullptr && schema->nodetype == LYS_LEAFLIST && step.keys.size() == 1) {
+        lyd_find_sibling_val(siblings, schema, step.keys.front().c_str(), step.keys.front().size(), &found);
     }
     if (found == nullptr) {
         found = make(parent, *schema, step, value);

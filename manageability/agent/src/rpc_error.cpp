@@ -69,6 +69,15 @@ Refused refused_protocol(std::string tag, std::string message, std::string bad_e
     return Refused(std::move(error));
 }
 
+Refused refused_message(std::string message)
+{
+    RpcError error;
+    error.type = "rpc";
+    error.tag = "malformed-message";
+    error.message = std::move(message);
+    return Refused(std::move(error));
+}
+
 Refused refused(const Refusal& refusal)
 {
     RpcError error;

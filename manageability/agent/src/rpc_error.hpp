@@ -43,6 +43,7 @@ private:
 [[nodiscard]] Refused refused(std::string tag, std::string message, std::string path = "",
                               std::string bad_element = "");
 [[nodiscard]] Refused refused_protocol(std::string tag, std::string message, std::string bad_element = "");
+[[nodiscard]] Refused refused_message(std::string message); ///< malformed-message
 [[nodiscard]] Refused refused(const Refusal& refusal);
 
 /// Appends rpc-error elements.

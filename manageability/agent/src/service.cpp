@@ -189,8 +189,7 @@ void Service::dispatch(Lane& lane, const RequestPtr& request, bool on_loop)
     request->message = std::make_shared<const Message>(parts_.mapping.yang().models(), request->text);
     const Element rpc = request->message->top();
     if (!rpc.is("rpc", kBaseNamespace) || !request->envelope) {
-        throw refused_protocol("malformed-message", "A message is an \"rpc\" element of NETCONF's base namespace.",
-                               std::string{rpc.name()});
+        throw refused_message("A message is an \"rpc\" element of NETCONF's base namespace.");
     }
     if (!request->envelope->has_message_id()) {
         RpcError error = refused_protocol("missing-attribute", "The rpc has no message-id.").errors().front();

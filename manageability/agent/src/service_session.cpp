@@ -93,6 +93,9 @@ void Service::create_subscription(Lane&, const RequestPtr& request, Element oper
     if (operation.child("startTime")) {
         throw refused_protocol("operation-not-supported", "Events are not kept, so there is no replay.", "startTime");
     }
+    if (request->session->subscribed.exchange(true)) {
+        throw refused_protocol("operation-failed", "The session has a subscription already.");
+    }
     Outcome outcome;
     outcome.subscription.emplace();
     outcome.subscription->message = request->message;

@@ -66,19 +66,38 @@ bridge::DataPtr StateData::below(const lysc_node& top) const
     if (module == "ietf-netconf-acm") {
         return access_counters();
     }
-    if (module == "ietf-yang-library") {
-        lyd_node* library = nullptr;
-        ly_ctx_get_yanglib_data(&parts_.yang.ctx(), &library, "%s", parts_.yang.content_id().c_str());
-        bridge::DataPtr all{library};
-        for (lyd_node* node = library; node != nullptr; node = node->next) {
-            if (node->schema == &top) {
-                static_cast<void>(all.release());
-                lyd_node* const rest = node == library ? node->next : library;
-                lyd_unlink_tree(node);
-                lyd_free_siblings(rest);
-                return bridge::DataPtr{node};
-            }
+    return module == "ietf-yang-library" ? library(top) : nullptr;
+}
+
+/// libyang knows its modules; which datastores show them is the agent's to say, and where files lie is nobody's
+/// business.
+bridge::DataPtr StateData::library(const lysc_node& top) const
+{
+    const ly_ctx& ctx = parts_.yang.ctx();
+    lyd_node* raw = nullptr;
+    ly_ctx_get_yanglib_data(&ctx, &raw, "%s", parts_.yang.content_id().c_str());
+    bridge::DataPtr all{raw};
+    ly_set* found = nullptr;
+    if (raw != nullptr &&
+        lyd_find_xpath3(nullptr, raw, "//ietf-yang-library:location", nullptr, &found) == LY_SUCCESS) {
+        for (uint32_t i = 0; i < found->count; ++i) {
+            lyd_free_tree(found->dnodes[i]);
         }
+        ly_set_free(found, nullptr);
+    }
+    for (lyd_node* node = raw; node != nullptr; node = node->next) {
+        if (node->schema != &top) {
+            continue;
+        }
+        static_cast<void>(all.release());
+        lyd_node* const rest = node == raw ? node->next : raw;
+        lyd_unlink_tree(node);
+        lyd_free_siblings(rest);
+        for (const char* datastore : {"running", "candidate", "intended", "operational"}) {
+            const std::string path = std::string{"datastore[name='ietf-datastores:"} + datastore + "']/schema";
+            lyd_new_path(node, &ctx, path.c_str(), "complete", 0, nullptr); // refused in the older of the two trees
+        }
+        return bridge::DataPtr{node};
     }
     return nullptr;
 }

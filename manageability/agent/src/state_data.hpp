@@ -51,6 +51,7 @@ private:
     bridge::DataPtr agent() const;
     bridge::DataPtr streams() const;
     bridge::DataPtr access_counters() const;
+    bridge::DataPtr library(const lysc_node& top) const;
 
     Parts parts_;
     std::chrono::system_clock::time_point started_ = std::chrono::system_clock::now();

@@ -177,7 +177,9 @@ TEST_F(Edit, IsShownBeforeItIsMade)
     const std::string reply = agent.ask(R"(<preview-edit xmlns="urn:zpf:yang:zpf-agent"><config>)" +
                                         attenuator("0/0-VOA-BST2", "1.5") + "</config></preview-edit>");
     EXPECT_THAT(reply, HasSubstr("<before>95</before><after>15</after>"));
-    EXPECT_THAT(reply, HasSubstr("[Quarn-KMT-VN-ifmgr-cfg:interface-name='Ots0/0/0/2']"));
+    EXPECT_THAT(reply,
+                HasSubstr("/Quarn-KMT-VN-ifmgr-cfg:interface-configurations/interface-configuration[active='act']"
+                          "[interface-name='Ots0/0/0/2']/Quarn-KMT-VN-controller-ots-cfg:ots/"));
     EXPECT_EQ(agent.configured_db("0/0-VOA-BST2"), "9.5");
 }
 

@@ -159,8 +159,8 @@ TEST_F(Read, LeavesOutAReadingThatItsModelDoesNotTake)
     transaction.commit();
     const std::string get = agent.ask("<get><filter>" + std::string{kOcFilter} + "</filter></get>");
     EXPECT_THAT(get, HasSubstr("<attenuation>9.5</attenuation>")); // configured
-    EXPECT_THAT(get, Not(HasSubstr("<attenuation>-0.5"))); // from 0 on
-    EXPECT_THAT(get, HasSubstr("<instant>-0.5"));          // any loss
+    EXPECT_THAT(get, Not(HasSubstr("<attenuation>-0.5")));         // from 0 on
+    EXPECT_THAT(get, HasSubstr("<instant>-0.5"));                  // any loss
     EXPECT_GT(agent.counters.readings_left_out, 0u);
 }
 
