@@ -93,6 +93,8 @@ Agent::~Agent()
         transport->stop();
     }
     device_.stop();
+    pool_.stop();
+    writer_.stop(); // what it announces goes to the loop, which must be there
     kelda::set_process_store(nullptr);
     if (diagnostics_.ring != nullptr) {
         diagnostics_.tracing = false;

@@ -206,7 +206,8 @@ void Loop::on_ready(uint32_t id, uint32_t events)
     if (session == nullptr) {
         return;
     }
-    if ((events & (EPOLLIN | EPOLLHUP | EPOLLERR)) != 0 && !session->receive()) {
+    const bool gone = (events & (EPOLLHUP | EPOLLERR)) != 0; // nobody is there to read what we would answer
+    if (gone || ((events & EPOLLIN) != 0 && !session->receive())) {
         session->end_reason = session->state == Session::State::closing ? session->end_reason : "dropped";
         end_session(id);
         return;
@@ -325,7 +326,8 @@ void Loop::settle(Session& session)
     if (session.unsent_bytes() > limits_.unsent_bytes) {
         drop(session, "it does not read its replies");
     }
-    if (session.state == Session::State::closing && session.unsent_bytes() == 0 && !session.busy) {
+    const bool done = session.state == Session::State::closing || session.input_ended;
+    if (done && session.unsent_bytes() == 0 && !session.busy) {
         end_session(id);
         return;
     }

@@ -14,6 +14,11 @@ Pool::Pool(const Mapping& mapping, unsigned threads) : mapping_(mapping)
 
 Pool::~Pool()
 {
+    stop();
+}
+
+void Pool::stop()
+{
     {
         const std::lock_guard lock(mutex_);
         stopping_ = true;
@@ -22,6 +27,7 @@ Pool::~Pool()
     for (std::thread& thread : threads_) {
         thread.join();
     }
+    threads_.clear();
 }
 
 void Pool::submit(Job job)

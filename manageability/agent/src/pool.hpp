@@ -28,8 +28,9 @@ public:
     using Job = std::function<void(Lane&)>; ///< must not throw
 
     Pool(const Mapping& mapping, unsigned threads);
-    /// Finishes what is queued.
     ~Pool();
+    /// Finishes what is queued.
+    void stop();
     Pool(const Pool&) = delete;
     Pool& operator=(const Pool&) = delete;
 

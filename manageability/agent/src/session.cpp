@@ -33,7 +33,8 @@ bool Session::receive()
         in_.feed({bytes.data(), static_cast<std::size_t>(got)});
         return true;
     }
-    return got < 0 && (errno == EAGAIN || errno == EINTR);
+    input_ended = got == 0;
+    return got == 0 || errno == EAGAIN || errno == EINTR;
 }
 
 void Session::use_chunks()
@@ -74,7 +75,7 @@ bool Session::flush()
 
 bool Session::wants_to_read() const
 {
-    return state != State::closing && !(busy && in_.pending_bytes() > kMostWaitingBytes) &&
+    return state != State::closing && !input_ended && !(busy && in_.pending_bytes() > kMostWaitingBytes) &&
            unsent_bytes() < kMostUnsentReplies;
 }
 

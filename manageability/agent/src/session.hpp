@@ -40,9 +40,10 @@ public:
     uint32_t killed_by = 0;
     uint32_t interest = 0; ///< what epoll watches for
     Clock::time_point deadline = Clock::time_point::max();
-    bool announced = false; ///< its start was
+    bool announced = false;   ///< its start was
+    bool input_ended = false; ///< the client sends no more, and may still read
 
-    /// Takes what the stream has to give. @return false at its end
+    /// Takes what the stream has to give; notes its end. @return false when it is broken
     bool receive();
     /// Next message, if a whole one has come. Throws netconf::FramingError.
     std::optional<std::string_view> next_message() { return in_.next(); }

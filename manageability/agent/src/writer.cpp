@@ -178,12 +178,19 @@ Writer::Writer(WriterParts parts)
 
 Writer::~Writer()
 {
+    stop();
+}
+
+void Writer::stop()
+{
     {
         const std::lock_guard lock(mutex_);
         stopping_ = true;
     }
     wake_.notify_all();
-    thread_.join();
+    if (thread_.joinable()) {
+        thread_.join();
+    }
 }
 
 void Writer::submit(std::shared_ptr<const SessionInfo> session, std::string message_id, std::string operation,

@@ -136,6 +136,8 @@ public:
     /// Hands the stored configuration to the device and undoes a commit that was never confirmed. Throws.
     explicit Writer(WriterParts parts);
     ~Writer();
+    /// Finishes what was submitted, and takes no more.
+    void stop();
     Writer(const Writer&) = delete;
     Writer& operator=(const Writer&) = delete;
 
