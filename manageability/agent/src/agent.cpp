@@ -3,8 +3,11 @@
 // Starting and ending the agent.
 #include "agent.hpp"
 
+#include <cerrno>
+#include <cstring>
 #include <filesystem>
 #include <stdexcept>
+#include <unistd.h>
 
 #include "local_user.hpp"
 #include "readings.hpp"
@@ -95,6 +98,9 @@ Agent::~Agent()
     device_.stop();
     pool_.stop();
     writer_.stop(); // what it announces goes to the loop, which must be there
+    for (const std::string& path : sockets_) {
+        ::unlink(path.c_str());
+    }
     kelda::set_process_store(nullptr);
     if (diagnostics_.ring != nullptr) {
         diagnostics_.tracing = false;
@@ -161,10 +167,16 @@ void Agent::listen(const Options& options)
 {
     const Arrival arrival = [this](UniqueFd stream, Peer peer) { loop_.arrive(std::move(stream), std::move(peer)); };
     const LogSink log = [this](int level, std::string_view text) { log_(level, std::string{text}); };
+    for (const auto& [user, file] : options.authorized_keys) {
+        if (::access(file.c_str(), R_OK) != 0) {
+            throw Failure(file + ": the keys of " + user + " cannot be read: " + std::strerror(errno));
+        }
+    }
     for (const std::string& text : options.listen) {
         const ListenAddress address = parse_listen(text);
         if (address.kind == "unix") {
             loop_.listen(listen_unix(address.place));
+            sockets_.push_back(address.place);
             addresses_.push_back(text);
         } else if (address.kind == "ssh") {
             SshOptions ssh;

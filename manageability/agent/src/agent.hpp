@@ -68,6 +68,7 @@ private:
     Service service_;
     Loop loop_;
     std::vector<std::string> addresses_;
+    std::vector<std::string> sockets_;                   ///< paths that go with the agent
     std::vector<std::unique_ptr<Transport>> transports_; ///< last: nobody arrives when the rest ends
 };
 

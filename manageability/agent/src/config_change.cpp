@@ -75,6 +75,9 @@ public:
 
     ChangeSet run(Element config)
     {
+        if (!config.text().empty()) {
+            throw refused("bad-element", "There is text where only elements can stand.", "", "config");
+        }
         Element top = config.first_child();
         while (top) {
             top = is_mapped(mapper_.yang(), top) ? apply_mapped(top) : apply_kept(top);

@@ -272,6 +272,10 @@ void ReadPlan::read_xpath(const Yang& yang, const lyd_node_opaq& holder, std::st
     if (expression.find_first_not_of(" \t\r\n") == std::string_view::npos) {
         throw refused_protocol("invalid-value", "The XPath expression is empty.", "filter");
     }
+    if (expression == "/") { // the root: all there is
+        add_everything(yang);
+        return;
+    }
     char* raw = nullptr;
     lyd_print_mem(&raw, &holder.node, LYD_XML, LYD_PRINT_SHRINK);
     const bridge::TextPtr printed{raw};

@@ -46,7 +46,14 @@ public:
     /// Takes what the stream has to give; notes its end. @return false when it is broken
     bool receive();
     /// Next message, if a whole one has come. Throws netconf::FramingError.
-    std::optional<std::string_view> next_message() { return in_.next(); }
+    std::optional<std::string_view> next_message()
+    {
+        const auto message = in_.next();
+        if (message && waits_ == Waits::message) {
+            waits_ = Waits::nothing; // the time of the one after it begins anew
+        }
+        return message;
+    }
     /// The hello has come: longer messages are taken.
     void open() { in_.set_max_message_bytes(limits_.message_bytes); }
     /// The hellos agree on chunks.

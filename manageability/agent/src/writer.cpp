@@ -36,14 +36,14 @@ kelda::Changes reversed(const kelda::Changes& changes)
 }
 
 /// The store's limit is checked before anything is touched.
-void check_names(const kelda::Changes& changes)
+void check_names(const Yang& yang, const kelda::Changes& changes)
 {
     for (const kelda::Change& change : changes) {
         if (change.key.size() > kelda::kMaxKeyBytes) {
             throw refused("too-big",
                           "The names and keys that lead to the data are " + std::to_string(change.key.size()) +
                               " bytes long; at most " + std::to_string(kelda::kMaxKeyBytes) + " can be stored.",
-                          change.key.substr(0, kelda::kMaxKeyBytes));
+                          instance_identifier(yang, change.key));
         }
     }
 }
@@ -94,7 +94,7 @@ void WriterTurn::change_running(const ChangeMap& changes)
     if (made.empty()) {
         return;
     }
-    check_names(made);
+    check_names(mapper().yang(), made);
     {
         const Stopwatch time(writer_.parts_.counters.device);
         const auto as_seen = for_device(made);
