@@ -5,7 +5,6 @@
 #include "cmd_trace.hpp"
 
 #include <array>
-#include <csignal>
 #include <ctime>
 #include <deque>
 #include <memory>
@@ -13,6 +12,7 @@
 #include <string_view>
 #include <utility>
 
+#include "signals_blocked.hpp"
 #include "trace_format.hpp"
 #include "zpf_base/trace.h"
 
@@ -109,27 +109,6 @@ void print_new(Lines& lines, const sigset_t& signals, std::ostream& out)
         out.flush();
     }
 }
-
-/** While it lives, SIGINT and SIGTERM wait to be asked for. */
-class SignalsBlocked {
-public:
-    SignalsBlocked()
-    {
-        sigemptyset(&signals_);
-        sigaddset(&signals_, SIGINT);
-        sigaddset(&signals_, SIGTERM);
-        pthread_sigmask(SIG_BLOCK, &signals_, &mask_before_);
-    }
-    SignalsBlocked(const SignalsBlocked&) = delete;
-    SignalsBlocked& operator=(const SignalsBlocked&) = delete;
-    ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &mask_before_, nullptr); }
-
-    const sigset_t& signals() const { return signals_; }
-
-private:
-    sigset_t signals_;
-    sigset_t mask_before_;
-};
 
 } // namespace
 

@@ -4,11 +4,14 @@
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
+#include <cstdio>
 #include <map>
+#include <memory>
 
+#include "agent_commands.hpp"
 #include "cmd_map.hpp"
+#include "cmd_store.hpp"
 #include "cmd_symbols.hpp"
-#include "cmd_trace.hpp"
 #include "locate.hpp"
 #include "output.hpp"
 #include "zpf_bridge/bad_input.hpp"
@@ -96,17 +99,6 @@ void add_symbols(CLI::App& app, SymbolsOptions& options)
                    std::string(kExitStatuses));
 }
 
-void add_trace(CLI::App& app, TraceOptions& options)
-{
-    CLI::App& trace = *app.add_subcommand("trace", "Prints the lines of a trace ring, newest last");
-    trace.add_option("FILE", options.file, "The ring's file")->required();
-    trace.add_flag("-f,--follow", options.follow, "Goes on with new lines until interrupted");
-    trace.add_option("-n,--last", options.last, "At most so many of the lines that are there")->type_name("N");
-    trace.add_option("--grep", options.grep, "Only lines with this text in them")->type_name("TEXT");
-    trace.add_flag("--json", options.json, "One JSON object a line");
-    trace.footer(kExitStatuses);
-}
-
 template <typename Options>
 void set_defaults(Options& options)
 {
@@ -118,40 +110,83 @@ void set_defaults(Options& options)
     }
 }
 
+/// Commands that work on files; each puts its own into `chosen` when the command line names it.
+void add_file_commands(CLI::App& app, Chosen& chosen)
+{
+    const auto map = std::make_shared<MapOptions>();
+    const auto symbols = std::make_shared<SymbolsOptions>();
+    const auto store = std::make_shared<StoreOptions>();
+    add_map(app, *map);
+    add_symbols(app, *symbols);
+    add_store(app, *store);
+    app.get_subcommand("map")->callback([&chosen, map] {
+        chosen.run = [map](Colour colour) {
+            set_defaults(*map);
+            map->colour = colour;
+            return run_map(*map);
+        };
+    });
+    app.get_subcommand("symbols")->callback([&chosen, symbols] {
+        chosen.run = [symbols](Colour colour) {
+            set_defaults(*symbols);
+            symbols->colour = colour;
+            return run_symbols(*symbols);
+        };
+    });
+    app.get_subcommand("store")->callback(
+        [&chosen, &app, store] { chosen.run = [&app, store](Colour) { return run_store(app, *store); }; });
+}
+
+void add_commands(CLI::App& app, Chosen& chosen)
+{
+    add_show(app, chosen);
+    add_set(app, chosen);
+    add_get(app, chosen);
+    add_edit(app, chosen);
+    add_watch(app, chosen);
+    add_sessions(app, chosen);
+    add_stats(app, chosen);
+    add_log(app, chosen);
+    add_fault(app, chosen);
+    add_trace(app, chosen);
+    add_file_commands(app, chosen);
+    add_completion(app, chosen);
+}
+
+int run(const Chosen& chosen, Colour colour)
+{
+    try {
+        const int status = chosen.run(colour);
+        if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+            print_error("the output cannot be written", colour);
+            return status == kDone ? kRefused : status;
+        }
+        return status;
+    } catch (const std::exception& error) { // what is wrong with a file, a plug-in or a model, in words
+        print_error(error.what(), colour);
+        return kBadInput;
+    }
+}
+
 } // namespace
 
 // NOLINTNEXTLINE(bugprone-exception-escape): outside of the try blocks only memory can be short
 int main(int argc, char** argv)
 {
-    CLI::App app{"zpf: maps OpenConfig requests to native data and back, and shows how"};
+    CLI::App app{
+        "zpf: manages the attenuators through their agent; maps requests to native data and back, and shows how"};
     app.name("zpf");
     app.require_subcommand(1);
     app.set_version_flag("--version", std::string("zpf ") + ZPF_VERSION);
     app.fallthrough();
     Colour colour = Colour::automatic;
     add_word(app, "--colour,--color", colour, kColours, "Colour (default: auto, on a terminal)");
-    MapOptions map;
-    SymbolsOptions symbols;
-    TraceOptions trace;
-    add_map(app, map);
-    add_symbols(app, symbols);
-    add_trace(app, trace);
-
+    Chosen chosen;
+    add_commands(app, chosen);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? kDone : kUsage;
     }
-    set_defaults(map);
-    set_defaults(symbols);
-    map.colour = symbols.colour = colour;
-    try {
-        if (app.got_subcommand("map")) {
-            return run_map(map);
-        }
-        return app.got_subcommand("symbols") ? run_symbols(symbols) : run_trace(trace);
-    } catch (const std::exception& error) { // what is wrong with a file, a plug-in or a model, in words
-        print_error(error.what(), colour);
-        return kBadInput;
-    }
+    return run(chosen, colour);
 }
