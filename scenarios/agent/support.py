@@ -170,12 +170,12 @@ def wait_until(condition, what, timeout_s=30):
 
 
 class AgentTest(unittest.TestCase):
-    """Test case with one agent for the whole class; its configuration is the seed's before each test."""
+    """Test case with one agent for the whole class; its configuration is that of its file before each test."""
 
     seed = NATIVE
     users = ()
     options = ()
-    extra_config = ""  # beside the seed's configuration, in every test
+    extra_config = ""  # beside that of the file, in every test
 
     @classmethod
     def setUpClass(cls):

@@ -25,6 +25,7 @@ void fill_places(Options& options)
     if (options.trace_file.empty()) {
         options.trace_file = fs::path(options.store) / "trace";
     }
+    options.trace_file = fs::absolute(options.trace_file); // tools elsewhere are told of it
 }
 
 } // namespace zpf::agent

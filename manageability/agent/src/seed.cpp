@@ -22,7 +22,7 @@ std::string text_of(const std::string& file)
 {
     std::ifstream in(file, std::ios::binary);
     if (!in) {
-        throw Failure(file + ": the seed cannot be read");
+        throw Failure(file + ": no seed data can be read from here");
     }
     return {std::istreambuf_iterator<char>(in), {}};
 }

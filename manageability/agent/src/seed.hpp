@@ -20,7 +20,7 @@ namespace zpf::agent {
  */
 bool seed(const Yang& yang, kelda::Store& store, const std::string& file);
 
-/// Readings that the device begins with: those of the seed, but for ports that were configured otherwise since.
+/// Readings that the device begins with: those of the file it began with, but for ports that were configured otherwise since.
 std::vector<device::Reading> first_readings(const kelda::Reader& store);
 
 } // namespace zpf::agent

@@ -3,8 +3,8 @@
 // One walk over a document, element by element, with the model's node beside it.
 #include "reader.hpp"
 
-#include "zpf_bridge/leaf_value.hpp"
 #include "operation_words.hpp"
+#include "zpf_bridge/leaf_value.hpp"
 
 namespace zpf::bridge {
 
