@@ -2,7 +2,7 @@
 #
 # The few commands a newcomer needs. Each installs what it lacks, builds in build/<preset> and runs.
 .DEFAULT_GOAL := help
-.PHONY: help build run demo test asan tsan clang bench bench-agent coverage package format format-check spdx-check tidy check install clean
+.PHONY: help build run demo test test-slow asan tsan clang bench bench-agent coverage package format format-check spdx-check tidy check install clean
 
 PRESET ?= dev
 JOBS ?= $(shell nproc)
@@ -35,9 +35,13 @@ demo: build ## a client manages a running device, on one screen
 	@tools/install-deps test
 	@demo/demo build/$(PRESET)/bin
 
-test: build ## all tests
+test: build ## all tests but the long ones
 	@tools/install-deps test
-	ctest --preset $(PRESET) -j $(JOBS)
+	ctest --preset $(PRESET) -j $(JOBS) -LE slow $(CTEST_ARGS)
+
+test-slow: build ## the long ones: a thousand power cuts, tens of thousands of edits
+	@tools/install-deps test
+	ctest --preset $(PRESET) -L slow
 
 asan: ## all tests under AddressSanitizer and UBSan
 	@$(MAKE) --no-print-directory test PRESET=asan
@@ -78,9 +82,11 @@ format-check: ## says which sources are not formatted
 	@tools/install-deps check
 	$(sources) | xargs clang-format --dry-run --Werror
 
+TIDY ?= manageability
+
 tidy: build ## clang-tidy over what is shipped
 	@tools/install-deps check
-	@git ls-files 'manageability/*.cpp' 'demo/*.cpp' | grep -v /test/ | \
+	@git ls-files '$(TIDY)/*.cpp' | grep -v /test/ | \
 		xargs -P $(JOBS) -n 2 clang-tidy -p build/$(PRESET) --quiet
 
 spdx-check: ## says which files lack their licence line
