@@ -145,6 +145,7 @@ Process ReferenceServer::start(uint16_t ssh_port) const
                          fmt::format("--ncxserver-sockname={}", socket_),
                          fmt::format("--port={}", ssh_port),
                          fmt::format("--superuser={}", setting_.user)};
+    program.environment = {"YUMA_HOME=" + home.string()};
     program.folder = home;
     program.log = setting_.file("reference.log");
     return Process(program);
