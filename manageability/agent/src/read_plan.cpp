@@ -14,7 +14,6 @@ namespace zpf::agent {
 
 namespace {
 
-constexpr std::string_view kNmda = "urn:ietf:params:xml:ns:yang:ietf-netconf-nmda";
 constexpr std::string_view kWithDefaults = "urn:ietf:params:xml:ns:yang:ietf-netconf-with-defaults";
 
 /// Refuses children of an operation that it does not have.
