@@ -206,9 +206,14 @@ void Loop::on_ready(uint32_t id, uint32_t events)
     if (session == nullptr) {
         return;
     }
-    const bool gone = (events & (EPOLLHUP | EPOLLERR)) != 0; // nobody is there to read what we would answer
-    if (gone || ((events & EPOLLIN) != 0 && !session->receive())) {
+    const bool gone = (events & (EPOLLHUP | EPOLLERR)) != 0;
+    if ((events & EPOLLIN) != 0 && !session->receive()) {
         session->end_reason = session->state == Session::State::closing ? session->end_reason : "dropped";
+        end_session(id);
+        return;
+    }
+    if (gone) { // what it asked for before still counts, but nobody is there to read an answer
+        take_requests(*session);
         end_session(id);
         return;
     }
