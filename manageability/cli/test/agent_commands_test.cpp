@@ -298,9 +298,10 @@ TEST(Usage, IsCheckedBeforeTheAgentIsAsked)
                                                        {"completion"},
                                                        {"completion", "fish"},
                                                        {"store"}};
-    for (auto usage : usages) {
-        usage.insert(usage.begin(), ZPF_PROGRAM);
-        const Outcome outcome = run(usage);
+    for (const auto& usage : usages) {
+        std::vector<std::string> words{ZPF_PROGRAM};
+        words.insert(words.end(), usage.begin(), usage.end());
+        const Outcome outcome = run(words);
         EXPECT_EQ(outcome.status, 2) << ::testing::PrintToString(usage);
         EXPECT_NE(outcome.err, "") << ::testing::PrintToString(usage);
     }
