@@ -167,6 +167,7 @@ private:
     };
 
     void run();
+    void gather(std::unique_lock<std::mutex>& lock, std::size_t answered);
     void run_batch(std::vector<Job> jobs);
     void run_job(Job& job, std::vector<Ended>& ended);
     void commit_batch();
@@ -189,6 +190,9 @@ private:
     uint64_t edits_ = 0;
     bool touched_ = false; ///< there is something to commit
 
+    // The batch before it.
+    std::chrono::steady_clock::duration commit_time_{}; ///< none: there was nothing to commit
+
     mutable std::mutex published_mutex_;
     std::shared_ptr<const ChangeMap> published_candidate_;
     WriterState published_;
@@ -196,6 +200,7 @@ private:
     std::mutex mutex_;
     std::condition_variable wake_;
     std::vector<Job> queue_;
+    std::size_t wake_at_ = 1; ///< jobs in the queue
     bool stopping_ = false;
     std::thread thread_;
 };
