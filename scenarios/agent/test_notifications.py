@@ -25,15 +25,27 @@ class NotificationTest(AgentTest):
 
 
 class Events(NotificationTest):
-    def test_a_change_is_told_with_its_author_and_its_native_targets(self):
+    def targets(self, content):
+        return [x.text for x in content.iter() if isinstance(x.tag, str) and local(x) == "target"]
+
+    def test_a_change_is_told_with_its_author_and_its_targets_in_both_models(self):
         watcher = self.watch()
-        self.session.edit(oc(attenuator(BST2, "7.7")))
+        for change in (oc(attenuator(BST2, "7.7")), controller("Ots0/0/0/2", 78)):
+            self.session.edit(change)
+            content = self.next(watcher, "netconf-config-change")
+            parts = self.parts(content)
+            self.assertEqual(parts["session-id"], str(self.session.session_id))
+            self.assertEqual(parts["operation"], "replace")
+            seen, kept = self.targets(content)
+            self.assertRegex(seen, r"attenuator\[.*name='0/0-VOA-BST2'\]/.*config/.*attenuation$")
+            self.assertRegex(kept, r"'Ots0/0/0/2'\].*ots-tx-voa-attenuation$")
+
+    def test_an_attenuator_that_comes_and_goes_is_told_as_one(self):
+        watcher = self.watch()
+        self.session.edit(native(interface("Ots0/0/0/2", op="delete")))
         content = self.next(watcher, "netconf-config-change")
-        parts = self.parts(content)
-        self.assertEqual(parts["session-id"], str(self.session.session_id))
-        self.assertEqual(parts["operation"], "replace")
-        self.assertIn("ots-tx-voa-attenuation", parts["target"])
-        self.assertIn("Ots0/0/0/2", parts["target"])
+        self.assertRegex(self.targets(content)[0], r"attenuators/[^/]*attenuator\[[^\]]*'0/0-VOA-BST2'\]$")
+        self.assertEqual(self.parts(content)["operation"], "delete")
 
     def test_creations_and_deletions_are_told_apart(self):
         watcher = self.watch()

@@ -55,6 +55,43 @@ void add_session(Builder& builder, const SessionInfo& session, const std::string
     }
 }
 
+/// The list `edit` of a change.
+class EditList {
+public:
+    explicit EditList(lyd_node* change) : change_(change) {}
+
+    void add(const std::string& target, const char* operation)
+    {
+        if (++listed_ > kMostEdits) {
+            return;
+        }
+        lyd_node* edit = nullptr;
+        lyd_new_list(change_, nullptr, "edit", 0, &edit);
+        lyd_new_term(edit, nullptr, "target", target.c_str(), 0, nullptr);
+        lyd_new_term(edit, nullptr, "operation", operation, 0, nullptr);
+    }
+
+private:
+    lyd_node* change_;
+    std::size_t listed_ = 0;
+};
+
+/// Adds the outermost nodes that a difference creates, replaces or deletes.
+void add_edits(const lyd_node* siblings, EditList& edits)
+{
+    for (const lyd_node* node = siblings; node != nullptr; node = node->next) {
+        const lyd_meta* const mark = lyd_find_meta(node->meta, nullptr, "yang:operation");
+        const std::string operation = mark != nullptr ? lyd_get_meta_value(mark) : "none";
+        if (operation == "none") {
+            add_edits(lyd_child_no_keys(node), edits);
+            continue;
+        }
+        char* path = lyd_path(node, LYD_PATH_STD, nullptr, 0);
+        const bridge::TextPtr owned{path};
+        edits.add(path != nullptr ? path : "", operation.c_str());
+    }
+}
+
 void add_author(Builder& builder, const SessionInfo* by)
 {
     if (by != nullptr) {
@@ -110,24 +147,23 @@ std::string instance_identifier(const Yang& yang, std::string_view record_name)
     return path;
 }
 
-std::shared_ptr<const Event> config_change(const Yang& yang, const SessionInfo* by, const kelda::Changes& changes)
+std::shared_ptr<const Event> config_change(const Yang& yang, const SessionInfo* by, const ClientView& view,
+                                           const kelda::Changes& changes)
 {
     Builder builder(yang, "/ietf-netconf-notifications:netconf-config-change");
     add_author(builder, by);
-    std::size_t listed = 0;
+    EditList edits(builder.node());
+    lyd_node* diff = nullptr;
+    if (lyd_diff_siblings(view.before, view.after, 0, &diff) == LY_SUCCESS) {
+        const bridge::DataPtr owned{diff};
+        add_edits(diff, edits);
+    }
     for (const kelda::Change& change : changes) {
-        if (!change.key.starts_with(kConfigBranch) || ++listed > kMostEdits) {
-            continue;
+        if (change.key.starts_with(kConfigBranch)) {
+            edits.add(instance_identifier(yang, change.key), !change.before ? "create"
+                                                             : change.after ? "replace"
+                                                                            : "delete");
         }
-        lyd_node* edit = nullptr;
-        lyd_new_list(builder.node(), nullptr, "edit", 0, &edit);
-        const std::string target = instance_identifier(yang, change.key);
-        lyd_new_term(edit, nullptr, "target", target.c_str(), 0, nullptr);
-        lyd_new_term(edit, nullptr, "operation",
-                     !change.before ? "create"
-                     : change.after ? "replace"
-                                    : "delete",
-                     0, nullptr);
     }
     return builder.take();
 }

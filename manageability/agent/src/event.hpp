@@ -26,8 +26,15 @@ using EventSink = std::function<void(std::shared_ptr<const Event>)>;
 /// RFC 3339, UTC, milliseconds.
 std::string date_and_time(std::chrono::system_clock::time_point time);
 
-/// Who did something: a session, or the agent itself (null).
-std::shared_ptr<const Event> config_change(const Yang& yang, const SessionInfo* by, const kelda::Changes& changes);
+/// The configuration as the client model shows it; null: nothing.
+struct ClientView {
+    const lyd_node* before;
+    const lyd_node* after;
+};
+
+/// Names what changed in the client model, then the records behind it. Who did it: a session, or the agent (null).
+std::shared_ptr<const Event> config_change(const Yang& yang, const SessionInfo* by, const ClientView& view,
+                                           const kelda::Changes& changes);
 std::shared_ptr<const Event> session_start(const Yang& yang, const SessionInfo& session);
 /// @param reason "closed", "killed", "dropped", "timeout", "bad-hello" or "other"
 std::shared_ptr<const Event> session_end(const Yang& yang, const SessionInfo& session, const std::string& reason,

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 
+#include "config_change.hpp"
 #include "confirmed_record.hpp"
 #include "record_path.hpp"
 #include "records.hpp"
@@ -47,6 +48,16 @@ void check_names(const Yang& yang, const kelda::Changes& changes)
                               " bytes long; at most " + std::to_string(kelda::kMaxKeyBytes) + " can be stored.",
                           instance_identifier(yang, change.key));
         }
+    }
+}
+
+/// For those who are told of a change; what the mapping cannot show must not stop the change itself.
+bridge::DataPtr client_view(Mapper& mapper, const kelda::Reader& config)
+{
+    try {
+        return client_config(mapper, config);
+    } catch (const Refused&) {
+        return nullptr;
     }
 }
 
@@ -109,6 +120,8 @@ void WriterTurn::change_running(const ChangeMap& changes)
             throw Refused(std::move(error));
         }
     }
+    const bool told = writer_.parts_.subscribers > 0;
+    const bridge::DataPtr before = told ? client_view(mapper(), running()) : nullptr;
     // From here on the batch owns the change: a failure of the disk takes the device back.
     writer_.taken_.insert(writer_.taken_.end(), made.begin(), made.end());
     writer_.touched_ = true;
@@ -123,8 +136,9 @@ void WriterTurn::change_running(const ChangeMap& changes)
     if (writer_.state_.confirmed) {
         writer_.write_confirmed();
     }
-    if (writer_.parts_.subscribers > 0) {
-        announce(config_change(mapper().yang(), session_.get(), made));
+    if (told) {
+        const bridge::DataPtr after = client_view(mapper(), running());
+        announce(config_change(mapper().yang(), session_.get(), {before.get(), after.get()}, made));
     }
 }
 
