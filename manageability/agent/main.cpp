@@ -152,9 +152,7 @@ int run(const Options& options)
     return 0;
 }
 
-} // namespace
-
-int main(int argc, char** argv)
+int start(int argc, char** argv)
 {
     CLI::App app("The agent of an optical device: NETCONF for its attenuators, by OpenConfig and natively.", "zpfd");
     app.set_version_flag("--version", "zpfd " ZPF_VERSION);
@@ -179,4 +177,16 @@ int main(int argc, char** argv)
     options.log_level = level == "error" ? 1 : level == "info" ? 2 : 3;
     zpf::agent::fill_places(options);
     return run(options);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    try {
+        return start(argc, argv);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "zpfd: %s\n", error.what());
+        return 1;
+    }
 }

@@ -9,6 +9,8 @@
 #include <stdexcept>
 #include <unistd.h>
 
+#include <fmt/format.h>
+
 #include "local_user.hpp"
 #include "readings.hpp"
 #include "seed.hpp"
@@ -19,6 +21,7 @@ namespace zpf::agent {
 namespace {
 
 constexpr std::chrono::seconds kFirstReportTime{2};
+constexpr std::chrono::milliseconds kReportGap{5}; ///< under a stream of edits; a single change is reported at once
 
 /// The plug-in of the folder. One client model is served, so there is one.
 std::string plugin_in(const std::string& folder)
@@ -67,7 +70,7 @@ Agent::Agent(const Options& options, Log log)
       mapping_(yang_, plugin_in(options.plugin_dir), diagnostics_),
       store_(kelda::Store::open(options.store, store_options(options))),
       seeded_(seed_if_told(yang_, store_, options, log_)),
-      device_(options.slew_db_per_s * 10),
+      device_(options.slew_db_per_s * 10, device::steady_clock(), kReportGap),
       faults_(device_),
       writer_({store_, mapping_, device_, rules_, nacm_counters_, counters_,
                [this](std::shared_ptr<const Event> event) {
@@ -169,7 +172,7 @@ void Agent::listen(const Options& options)
     const LogSink log = [this](int level, std::string_view text) { log_(level, std::string{text}); };
     for (const auto& [user, file] : options.authorized_keys) {
         if (::access(file.c_str(), R_OK) != 0) {
-            throw Failure(file + ": the keys of " + user + " cannot be read: " + std::strerror(errno));
+            throw Failure(fmt::format("{}: the keys of {} cannot be read: {}", file, user, std::strerror(errno)));
         }
     }
     for (const std::string& text : options.listen) {

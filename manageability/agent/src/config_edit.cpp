@@ -3,6 +3,8 @@
 // Edits of kept configuration (RFC 6241, 7.2; RFC 7950, 7.8.6 for places in lists).
 #include "config_edit.hpp"
 
+#include <fmt/format.h>
+
 #include "rpc_error.hpp"
 #include "zpf_bridge/leaf_value.hpp"
 
@@ -225,8 +227,8 @@ void ConfigEdit::load(Element element, const lysc_node& schema, std::string name
             continue;
         }
         const std::string step = below.module == schema.module ? std::string{below.name}
-                                                               : std::string{below.module->name} + ":" + below.name;
-        load(child, below, name + "/" + step, false);
+                                                               : fmt::format("{}:{}", below.module->name, below.name);
+        load(child, below, fmt::format("{}/{}", name, step), false);
     }
 }
 

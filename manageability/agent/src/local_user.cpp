@@ -16,6 +16,12 @@
 
 namespace zpf::agent {
 
+namespace {
+
+constexpr std::size_t kEntryBytes = 16 * 1024; ///< a line of the system's users or groups
+
+} // namespace
+
 Peer local_peer(int socket)
 {
     ucred credentials{};
@@ -26,7 +32,7 @@ Peer local_peer(int socket)
         peer.user = "nobody";
         return peer;
     }
-    std::vector<char> buffer(16 * 1024);
+    std::vector<char> buffer(kEntryBytes);
     passwd entry{};
     passwd* found = nullptr;
     ::getpwuid_r(credentials.uid, &entry, buffer.data(), buffer.size(), &found);
@@ -37,7 +43,7 @@ Peer local_peer(int socket)
 
 std::vector<std::string> local_groups(const std::string& user)
 {
-    std::vector<char> buffer(16 * 1024);
+    std::vector<char> buffer(kEntryBytes);
     passwd entry{};
     passwd* found = nullptr;
     ::getpwnam_r(user.c_str(), &entry, buffer.data(), buffer.size(), &found);
@@ -55,7 +61,7 @@ std::vector<std::string> local_groups(const std::string& user)
     for (const gid_t id : ids) {
         group record{};
         group* named = nullptr;
-        std::vector<char> text(16 * 1024);
+        std::vector<char> text(kEntryBytes);
         ::getgrgid_r(id, &record, text.data(), text.size(), &named);
         if (named != nullptr) {
             names.emplace_back(named->gr_name);

@@ -139,7 +139,7 @@ void Loop::take_messages()
         events.swap(events_);
     }
     for (auto& [stream, peer] : arrivals) {
-        open_session(std::move(stream), std::move(peer));
+        open_session(std::move(stream), peer);
     }
     for (Completion& completion : completions) {
         if (Session* const session = find(completion.session)) {
@@ -163,12 +163,12 @@ void Loop::accept_all(int listener)
             }
             return;
         }
-        Peer peer = local_peer(stream.get());
-        open_session(std::move(stream), std::move(peer));
+        const Peer peer = local_peer(stream.get());
+        open_session(std::move(stream), peer);
     }
 }
 
-void Loop::open_session(UniqueFd stream, Peer peer)
+void Loop::open_session(UniqueFd stream, const Peer& peer)
 {
     if (sessions_.size() >= limits_.sessions || stopping_) {
         parts_.log(1, "a session of " + peer.user + " is turned away: there are " + std::to_string(sessions_.size()) +

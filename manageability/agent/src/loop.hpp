@@ -61,7 +61,7 @@ private:
     void set_interest(Session& session);
     void take_messages();
     void accept_all(int listener);
-    void open_session(UniqueFd stream, Peer peer);
+    void open_session(UniqueFd stream, const Peer& peer);
     void on_ready(uint32_t id, uint32_t events);
     void take_requests(Session& session);
     bool take_hello(Session& session, std::string_view message);

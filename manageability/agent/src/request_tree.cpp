@@ -5,6 +5,8 @@
 
 #include <set>
 
+#include <fmt/format.h>
+
 #include "rpc_error.hpp"
 #include "zpf_bridge/leaf_value.hpp"
 
@@ -66,7 +68,8 @@ private:
             // Entries may be edited twice, one time after the other.
             const bool may_repeat = below->kind == NodeKind::leaf_list || below->kind == NodeKind::list;
             if (!seen.insert(identity).second && !may_repeat) {
-                throw refused("bad-element", "The element stands twice.", path + "/" + identity, below->tag);
+                throw refused("bad-element", "The element stands twice.", fmt::format("{}/{}", path, identity),
+                              below->tag);
             }
             read(child, made, *below, path);
         }

@@ -273,7 +273,7 @@ void Service::run_read(Lane& lane, Request& request, const ReadPlan& plan)
         fail(request, {told});
         return;
     }
-    finish(request, std::move(body));
+    finish(request, body);
 }
 
 void Service::append_answer(Lane& lane, const SessionInfo& session, std::string_view message_id, const ReadPlan& plan,
@@ -314,17 +314,18 @@ void Service::append_answer(Lane& lane, const SessionInfo& session, std::string_
 void Service::write(const RequestPtr& request, Writer::Work work)
 {
     parts_.writer.submit(request->session, std::string{request->envelope->message_id()}, request->operation,
-                         std::move(work), [this, request](std::string reply, const std::vector<RpcError>& errors) {
-                             errors.empty() ? finish(*request, std::move(reply)) : fail(*request, errors);
+                         std::move(work),
+                         [this, request](const std::string& reply, const std::vector<RpcError>& errors) {
+                             errors.empty() ? finish(*request, reply) : fail(*request, errors);
                          });
 }
 
-void Service::finish(Request& request, std::string body, Outcome outcome)
+void Service::finish(Request& request, std::string_view body, Outcome outcome)
 {
     parts_.counters.count_request(request.operation, true);
     outcome.reply.reserve(body.size() + 256);
     request.envelope->open_reply(outcome.reply);
-    outcome.reply.append(body.empty() ? std::string_view{"<ok/>"} : std::string_view{body});
+    outcome.reply.append(body.empty() ? std::string_view{"<ok/>"} : body);
     Envelope::close_reply(outcome.reply);
     request.complete(std::move(outcome));
 }

@@ -113,7 +113,7 @@ private:
     void inject_fault(Lane&, const RequestPtr& request, Element operation, bool);
     void clear_fault(Lane&, const RequestPtr& request, Element operation, bool);
 
-    void finish(Request& request, std::string body, Outcome outcome = {});
+    void finish(Request& request, std::string_view body, Outcome outcome = {});
     void fail(Request& request, const std::vector<RpcError>& errors);
 
     ServiceParts parts_;

@@ -77,7 +77,7 @@ void Service::get_schema(Lane&, const RequestPtr& request, Element operation, bo
     std::string body = R"(<data xmlns="urn:ietf:params:xml:ns:yang:ietf-netconf-monitoring">)";
     append_escaped(body, text);
     body.append("</data>");
-    finish(*request, std::move(body));
+    finish(*request, body);
 }
 
 void Service::create_subscription(Lane&, const RequestPtr& request, Element operation, bool)

@@ -6,6 +6,8 @@
 #include <functional>
 #include <unordered_set>
 
+#include <fmt/format.h>
+
 #include "record_path.hpp"
 #include "records.hpp"
 #include "rpc_error.hpp"
@@ -244,9 +246,10 @@ void add_record_names(Element element, const lysc_node& schema, const std::strin
             names.push_back(own); // the entry itself is what a selected key shows
             continue;
         }
-        const std::string step = below->module == schema.module ? std::string{below->name}
-                                                                : std::string{below->module->name} + ":" + below->name;
-        add_record_names(child, *below, own + "/" + step, names);
+        const std::string step = below->module == schema.module
+                                     ? std::string{below->name}
+                                     : fmt::format("{}:{}", below->module->name, below->name);
+        add_record_names(child, *below, fmt::format("{}/{}", own, step), names);
     }
 }
 

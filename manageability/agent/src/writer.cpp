@@ -18,6 +18,7 @@ constexpr std::string_view kRulesBranch = "/config/ietf-netconf-acm:nacm";
 constexpr std::size_t kMostJobs = 512; ///< in one batch: none waits long for those before it
 constexpr int kGatherShare = 4;        ///< one part in so many of a commit's time
 constexpr std::chrono::milliseconds kMostGathering{5};
+constexpr std::chrono::microseconds kMostAwake{100};
 
 std::vector<device::Change> for_device(const kelda::Changes& changes)
 {
@@ -217,7 +218,8 @@ void Writer::submit(std::shared_ptr<const SessionInfo> session, std::string mess
         const std::lock_guard lock(mutex_);
         queue_.push_back(
             {std::move(session), std::move(message_id), std::move(operation), std::move(work), std::move(done)});
-        wake = queue_.size() >= wake_at_;
+        waiting_ = queue_.size();
+        wake = waiting_ >= wake_at_;
     }
     if (wake) {
         wake_.notify_one();
@@ -225,15 +227,27 @@ void Writer::submit(std::shared_ptr<const SessionInfo> session, std::string mess
 }
 
 /// Clients whose edits were just answered will most likely send the next at once. Waiting for them, for a small part of
-/// what a commit takes, lets them share one commit with those who wait already; else the two halves take turns.
+/// what a commit takes, lets them share one commit with those who wait already; else the two halves take turns. The
+/// first moments are spent awake: putting a processor to sleep and waking it takes longer than a client's next edit.
 void Writer::gather(std::unique_lock<std::mutex>& lock, std::size_t answered)
 {
-    if (commit_time_.count() == 0) {
+    using Clock = std::chrono::steady_clock;
+    const std::size_t expected = std::min(queue_.size() + answered, kMostJobs);
+    const Clock::time_point begin = Clock::now();
+    const Clock::time_point end = begin + std::min<Clock::duration>(commit_time_ / kGatherShare, kMostGathering);
+    if (commit_time_.count() == 0 || stopping_) {
         return;
     }
-    wake_at_ = std::min(queue_.size() + answered, kMostJobs);
-    const auto time = std::min<std::chrono::steady_clock::duration>(commit_time_ / kGatherShare, kMostGathering);
-    wake_.wait_for(lock, time, [this] { return stopping_ || queue_.size() >= wake_at_; });
+    wake_at_ = kMostJobs + 1; // nobody needs to wake it
+    lock.unlock();
+    while (waiting_ < expected && Clock::now() < std::min(end, begin + kMostAwake)) {
+        std::this_thread::yield();
+    }
+    lock.lock();
+    if (expected > 1) {
+        wake_at_ = expected;
+        wake_.wait_until(lock, end, [this] { return stopping_ || queue_.size() >= wake_at_; });
+    }
     wake_at_ = 1;
 }
 
@@ -258,6 +272,7 @@ void Writer::run()
         const std::size_t count = std::min(queue_.size(), kMostJobs);
         std::move(queue_.begin(), queue_.begin() + static_cast<std::ptrdiff_t>(count), std::back_inserter(jobs));
         queue_.erase(queue_.begin(), queue_.begin() + static_cast<std::ptrdiff_t>(count));
+        waiting_ = queue_.size();
         lock.unlock();
         run_batch(std::move(jobs));
         lock.lock();
@@ -384,7 +399,7 @@ WriterState Writer::state() const
     return published_;
 }
 
-void Writer::session_ended(std::shared_ptr<const SessionInfo> session)
+void Writer::session_ended(const std::shared_ptr<const SessionInfo>& session)
 {
     submit(
         session, "", "session end",
@@ -404,7 +419,7 @@ void Writer::session_ended(std::shared_ptr<const SessionInfo> session)
             }
             return std::string{};
         },
-        [log = parts_.log](std::string, const std::vector<RpcError>& errors) {
+        [log = parts_.log](const std::string&, const std::vector<RpcError>& errors) {
             for (const RpcError& error : errors) {
                 log(1, "a session's end: " + error.message);
             }
@@ -424,7 +439,7 @@ void Writer::expire_confirmed()
                         turn.announce(confirmed_commit(turn.mapper().yang(), nullptr, "timeout", 0));
                         return std::string{};
                     },
-                    [&](std::string, const std::vector<RpcError>& errors) {
+                    [&](const std::string&, const std::vector<RpcError>& errors) {
                         for (const RpcError& error : errors) {
                             parts_.log(1, "cannot restore the configuration: " + error.message);
                             failed = true;

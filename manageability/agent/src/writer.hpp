@@ -8,6 +8,7 @@
 // and everything of the batch is refused.
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <functional>
@@ -144,7 +145,7 @@ public:
     void submit(std::shared_ptr<const SessionInfo> session, std::string message_id, std::string operation, Work work,
                 Done done);
     /// Gives back what a session held. Ends its unconfirmed commit.
-    void session_ended(std::shared_ptr<const SessionInfo> session);
+    void session_ended(const std::shared_ptr<const SessionInfo>& session);
 
     /// The candidate's changes as of the last batch, for readers.
     std::shared_ptr<const ChangeMap> candidate() const;
@@ -200,7 +201,8 @@ private:
     std::mutex mutex_;
     std::condition_variable wake_;
     std::vector<Job> queue_;
-    std::size_t wake_at_ = 1; ///< jobs in the queue
+    std::size_t wake_at_ = 1;             ///< jobs in the queue that end the writer's sleep
+    std::atomic<std::size_t> waiting_{0}; ///< jobs in the queue, for a look without the mutex
     bool stopping_ = false;
     std::thread thread_;
 };

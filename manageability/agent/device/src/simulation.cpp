@@ -63,8 +63,8 @@ std::optional<Setting> setting_of(const Change& change, const std::vector<Fault>
 
 } // namespace
 
-Simulation::Simulation(double slew_tenths_per_s, Clock& clock)
-    : clock_(clock), plant_(std::make_unique<Plant>(slew_tenths_per_s))
+Simulation::Simulation(double slew_tenths_per_s, Clock& clock, std::chrono::milliseconds report_gap)
+    : clock_(clock), report_gap_(report_gap), plant_(std::make_unique<Plant>(slew_tenths_per_s))
 {}
 
 Simulation::~Simulation()
@@ -97,7 +97,9 @@ std::optional<Refusal> Simulation::apply(std::span<const Change> changes, std::c
             plant_->add_port(setting.target.port, now);
         }
     }
-    changed_.notify_all();
+    if (!resting_) {
+        changed_.notify_all();
+    }
     return std::nullopt;
 }
 
@@ -157,12 +159,24 @@ void Simulation::report_changes()
             lock.unlock();
             report_(due);
             lock.lock();
+            rest(lock);
         } else if (const std::optional<Clock::Time> next = plant_->next_event()) {
             clock_.wait_until(changed_, lock, *next);
         } else {
             changed_.wait(lock);
         }
     }
+}
+
+/// A stream of changes must not become a stream of reports as long: each costs the host a transaction.
+void Simulation::rest(std::unique_lock<std::mutex>& lock)
+{
+    const Clock::Time end = clock_.now() + report_gap_;
+    resting_ = true;
+    while (running_ && clock_.now() < end) {
+        clock_.wait_until(changed_, lock, end);
+    }
+    resting_ = false;
 }
 
 void Simulation::set_slew(double tenths_per_s)

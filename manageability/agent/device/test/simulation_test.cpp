@@ -228,6 +228,21 @@ TEST_F(SimulationTest, AnyLeafOfAPortBringsItIntoBeing)
     EXPECT_THAT(inbox_.take(1), ElementsAre("Ots0/0/0/5"));
 }
 
+TEST_F(SimulationTest, WhatChangesWithinTheGapIsReportedTogether)
+{
+    Simulation device(0, clock_, 5ms);
+    device.start({}, inbox_.report());
+    inbox_.take(2);
+    ASSERT_TRUE(clock_.awaits(5ms));
+    for (const char* tenths : {"1", "2", "3"}) {
+        const std::string key = key_of(kA);
+        device.apply(std::vector{Change{key, std::nullopt, tenths}}, 1s);
+    }
+    clock_.advance(5ms);
+    EXPECT_THAT(inbox_.take(1), ElementsAre("Ots0/0/0/0 3"));
+    device.stop(); // ends its rest at once
+}
+
 TEST_F(SimulationTest, WhileItMovesEachStepIsReportedAndThenNobodyWaitsForTime)
 {
     device_.set_slew(40);

@@ -55,11 +55,11 @@ public:
           tcp_(address, port,
                {server_.options.max_connections, "Too many connections; try again later.\r\n", "ssh", log})
     {
-        terms_ = {tcp_.stop_fd(), server_.options.login_timeout, server_.options.drain_timeout, std::move(arrival),
-                  log};
         if (server_.options.authorized_keys.empty()) {
             say(log, 1, tcp_.where(), ": no authorized keys are given, so nobody can log in");
         }
+        terms_ = {tcp_.stop_fd(), server_.options.login_timeout, server_.options.drain_timeout, std::move(arrival),
+                  std::move(log)};
         tcp_.accept([this](UniqueFd socket, const std::string& host) {
             Queues queues;
             SshLink link(std::move(socket), host, server_, queues);

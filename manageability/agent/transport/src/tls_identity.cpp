@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <stdexcept>
 
+#include <fmt/format.h>
+
 namespace zpf::agent {
 
 namespace {
@@ -71,9 +73,10 @@ TlsIdentities::TlsIdentities(const std::vector<UserEntry>& users, bool has_autho
     for (const auto& [fingerprint, user] : users) {
         const std::string plain = plain_fingerprint(fingerprint);
         if (plain.size() != kFingerprintDigits || user.empty()) {
-            throw std::runtime_error("tls: '" + fingerprint + "' for user '" + user +
-                                     "' is no SHA-256 fingerprint (64 hexadecimal digits, colons allowed) and name; "
-                                     "openssl x509 -noout -fingerprint -sha256 -in FILE prints it");
+            throw std::runtime_error(
+                fmt::format("tls: '{}' for user '{}' is no SHA-256 fingerprint (64 hexadecimal digits, colons allowed) "
+                            "and name; openssl x509 -noout -fingerprint -sha256 -in FILE prints it",
+                            fingerprint, user));
         }
         user_by_fingerprint_[plain] = user;
     }

@@ -75,7 +75,7 @@ public:
                   make_context(options, server_.identities)},
           tcp_(address, port, {options.max_connections, {kRefusal.begin(), kRefusal.end()}, "tls", log})
     {
-        terms_ = {tcp_.stop_fd(), options.login_timeout, options.drain_timeout, std::move(arrival), log};
+        terms_ = {tcp_.stop_fd(), options.login_timeout, options.drain_timeout, std::move(arrival), std::move(log)};
         tcp_.accept([this](UniqueFd socket, const std::string& host) {
             Queues queues;
             TlsLink link(std::move(socket), host, server_, queues);

@@ -23,7 +23,7 @@ public:
     template <typename Callable>
     requires(!std::is_same_v<std::remove_cvref_t<Callable>, FunctionRef> &&
              std::is_invocable_r_v<Result, Callable&, Arguments...>)
-        FunctionRef(Callable&& callable) // NOLINT(google-explicit-constructor): stands in for a function parameter
+        FunctionRef(Callable&& callable) // NOLINT(bugprone-forwarding-reference-overload): never for its own kind
         : object_{const_cast<void*>(static_cast<const void*>(std::addressof(callable)))},
           call_{[](void* object, Arguments... arguments) -> Result {
               return (*static_cast<std::remove_reference_t<Callable>*>(object))(std::forward<Arguments>(arguments)...);

@@ -41,7 +41,9 @@ public:
 
     /// @param slew_tenths_per_s how fast attenuators move; 0: at once
     /// @param clock             outlives the object
-    explicit Simulation(double slew_tenths_per_s = 0, Clock& clock = steady_clock());
+    /// @param report_gap        least time between two reports; what changes in between is reported together
+    explicit Simulation(double slew_tenths_per_s = 0, Clock& clock = steady_clock(),
+                        std::chrono::milliseconds report_gap = {});
     ~Simulation() override; ///< stops
 
     Simulation(const Simulation&) = delete;
@@ -70,15 +72,18 @@ private:
     std::optional<Refusal> wait_for_answer(std::span<const Change> changes, std::chrono::milliseconds limit,
                                            std::unique_lock<std::mutex>& lock);
     void report_changes();
+    void rest(std::unique_lock<std::mutex>& lock);
     void spread_faults();
     bool answers(const std::string& port) const;
 
     Clock& clock_;
+    const std::chrono::milliseconds report_gap_;
     mutable std::mutex mutex_; ///< guards all below, except that thread_ and report_ are the owner's
     std::condition_variable changed_;
     std::unique_ptr<Plant> plant_;
     std::vector<Fault> faults_;
     bool running_ = false;
+    bool resting_ = false; ///< the reporting thread has reported a moment ago: changes need not wake it
     Report report_;
     std::thread thread_;
 };
