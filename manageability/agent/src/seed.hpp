@@ -20,7 +20,8 @@ namespace zpf::agent {
  */
 bool seed(const Yang& yang, kelda::Store& store, const std::string& file);
 
-/// Readings that the device begins with: those of the file it began with, but for ports that were configured otherwise since.
+/// Readings that the device begins with: those of the file that the store began with, but not of ports that have been
+/// configured otherwise since.
 std::vector<device::Reading> first_readings(const kelda::Reader& store);
 
 } // namespace zpf::agent
