@@ -38,6 +38,15 @@ std::string_view local_part(std::string_view text)
     return colon == std::string_view::npos ? text : text.substr(colon + 1);
 }
 
+/// Throws Refused for an expression that cannot be evaluated, whatever data there will be.
+void check_expression(const Yang& yang, const std::string& xpath)
+{
+    lyd_node* any = nullptr;
+    lyd_new_path(nullptr, &yang.ctx(), "/zpf-agent:agent", nullptr, 0, &any);
+    bridge::DataPtr probe{any};
+    keep_selected(yang, xpath, probe);
+}
+
 /// Record of the place that plain XPath steps lead to, as far as they can be followed.
 std::vector<std::string> record_names(const Yang& yang, const lysc_node& top, const std::vector<XPathStep>& steps)
 {
@@ -280,6 +289,7 @@ void ReadPlan::read_xpath(const Yang& yang, const lyd_node_opaq& holder, std::st
     const bridge::TextPtr printed{raw};
     const std::string_view text = raw ? raw : "";
     xpath_ = with_module_names(yang, expression, declared_prefixes(text.substr(0, text.find('>'))));
+    check_expression(yang, xpath_);
     filtered_ = true;
     const auto paths = plain_paths(xpath_);
     for (const auto& steps : paths) {

@@ -72,6 +72,9 @@ TEST_F(Read, ByXPathThatIsWrongIsRefused)
     EXPECT_THAT(xpath("/no:such"), HasSubstr("the prefix &quot;no&quot;, which is not declared"));
     EXPECT_THAT(xpath("/oc:optical-attenuator["), HasSubstr("<error-tag>invalid-value</error-tag>"));
     EXPECT_THAT(xpath("/oc:a['"), HasSubstr("never closed"));
+    for (const char* broken : {"/oc:unknown[", "oc:unknown)", "/oc:unknown/nothing()", "1 + 1", "/oc:unknown = 2"}) {
+        EXPECT_THAT(xpath(broken), HasSubstr("<error-tag>invalid-value</error-tag>")) << broken;
+    }
     EXPECT_THAT(agent.ask(R"(<get><filter type="xpath"/></get>)"), HasSubstr("missing-attribute"));
     EXPECT_THAT(agent.ask(R"(<get><filter type="regex"/></get>)"), HasSubstr("bad-attribute"));
 }
