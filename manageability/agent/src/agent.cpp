@@ -194,7 +194,7 @@ void Agent::listen(const Options& options)
             tls.key_file = options.tls_key;
             tls.ca_file = options.tls_ca;
             tls.users = options.tls_users;
-            transports_.push_back(listen_tls(address.place, address.port, std::move(tls), arrival, log));
+            transports_.push_back(listen_tls(address.place, address.port, tls, arrival, log));
             addresses_.push_back(transports_.back()->where());
         }
     }

@@ -70,7 +70,7 @@ TlsContext make_context(const TlsOptions& options, TlsIdentities& identities)
 
 class TlsTransport : public Transport {
 public:
-    TlsTransport(const std::string& address, uint16_t port, TlsOptions options, Arrival arrival, LogSink log)
+    TlsTransport(const std::string& address, uint16_t port, const TlsOptions& options, Arrival arrival, LogSink log)
         : server_{options, log, TlsIdentities(options.users, !options.ca_file.empty()),
                   make_context(options, server_.identities)},
           tcp_(address, port, {options.max_connections, {kRefusal.begin(), kRefusal.end()}, "tls", log})
@@ -98,10 +98,10 @@ private:
 
 } // namespace
 
-std::unique_ptr<Transport> listen_tls(const std::string& address, uint16_t port, TlsOptions options, Arrival arrival,
-                                      LogSink log)
+std::unique_ptr<Transport> listen_tls(const std::string& address, uint16_t port, const TlsOptions& options,
+                                      Arrival arrival, LogSink log)
 {
-    return std::make_unique<TlsTransport>(address, port, std::move(options), std::move(arrival), std::move(log));
+    return std::make_unique<TlsTransport>(address, port, options, std::move(arrival), std::move(log));
 }
 
 } // namespace zpf::agent

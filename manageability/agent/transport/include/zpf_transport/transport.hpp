@@ -91,7 +91,7 @@ std::unique_ptr<Transport> listen_ssh(const std::string& address, uint16_t port,
                                       LogSink log);
 
 /** Listens for TLS 1.2 and later, client certificates required; otherwise as listen_ssh. */
-std::unique_ptr<Transport> listen_tls(const std::string& address, uint16_t port, TlsOptions options, Arrival arrival,
-                                      LogSink log);
+std::unique_ptr<Transport> listen_tls(const std::string& address, uint16_t port, const TlsOptions& options,
+                                      Arrival arrival, LogSink log);
 
 } // namespace zpf::agent
