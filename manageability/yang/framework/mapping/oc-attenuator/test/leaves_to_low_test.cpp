@@ -43,6 +43,7 @@ TEST_P(ConfigAttenuationToLow, AddsTheTenthsOrRefusesInEveryKindOfRequest)
         } else {
             EXPECT_EQ(result, ZPF_RC_INVALID_VALUE);
             EXPECT_THAT(adds, IsEmpty());
+            framework.clear_error();
         }
     }
 }
