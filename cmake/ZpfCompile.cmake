@@ -45,11 +45,6 @@ function(zpf_add_test name)
   endif()
   add_executable(${name} ${arg_SOURCES})
   target_precompile_headers(${name} REUSE_FROM zpf_test_headers)
-  foreach(source ${arg_SOURCES})
-    if(IS_ABSOLUTE ${source}) # what is shipped compiles without a test's headers
-      set_source_files_properties(${source} PROPERTIES SKIP_PRECOMPILE_HEADERS ON)
-    endif()
-  endforeach()
   target_link_libraries(${name} PRIVATE ${arg_LIBS} GTest::gmock GTest::gtest GTest::gtest_main Threads::Threads)
   if(ZPF_SANITIZE)
     # One process for all cases: under a sanitizer most of a case's time would be the start of its process.
