@@ -11,6 +11,7 @@
 #include "record_path.hpp"
 #include "records.hpp"
 #include "rpc_error.hpp"
+#include "xpath_text.hpp"
 
 namespace zpf::agent {
 
@@ -125,6 +126,36 @@ void sweep(lyd_node* first, const Marks& marks, bridge::DataPtr* top)
     }
 }
 
+struct FreeNodeSet {
+    void operator()(ly_set* set) const { ly_set_free(set, nullptr); }
+};
+using NodeSet = std::unique_ptr<ly_set, FreeNodeSet>;
+
+/// Null when the expression cannot be evaluated; libyang has the complaint.
+NodeSet find(const std::string& xpath, const lyd_node& data)
+{
+    ly_set* set = nullptr;
+    return lyd_find_xpath3(nullptr, &data, xpath.c_str(), nullptr, &set) == LY_SUCCESS ? NodeSet{set} : nullptr;
+}
+
+/// What the expression selects; null: nothing. Throws Refused.
+NodeSet selected(const Yang& yang, const std::string& xpath, const lyd_node& data)
+{
+    if (NodeSet set = find(xpath, data)) {
+        return set;
+    }
+    const std::string reason = bridge::last_complaint(yang.ctx()).reason;
+    // When there is no node to test a predicate on, libyang 2.1 takes the type of an "and", "or" or function in it for
+    // that of the whole expression.
+    const std::string plain = without_predicates(xpath);
+    if (reason.ends_with("is not a node set.") && plain != xpath && find(plain, data)) {
+        return nullptr;
+    }
+    RpcError error = refused("invalid-value", "The XPath expression: " + reason, "", "filter").errors().front();
+    error.type = "protocol";
+    throw Refused(std::move(error));
+}
+
 } // namespace
 
 void keep_subtrees(const Yang&, Element filter, bridge::DataPtr& data)
@@ -145,18 +176,9 @@ void keep_selected(const Yang& yang, const std::string& xpath, bridge::DataPtr& 
     if (!data) {
         return;
     }
-    ly_set* raw = nullptr;
-    if (lyd_find_xpath3(nullptr, data.get(), xpath.c_str(), nullptr, &raw) != LY_SUCCESS) {
-        RpcError error =
-            refused("invalid-value", "The XPath expression: " + bridge::last_complaint(yang.ctx()).reason, "", "filter")
-                .errors()
-                .front();
-        error.type = "protocol";
-        throw Refused(std::move(error));
-    }
-    const std::unique_ptr<ly_set, void (*)(ly_set*)> set(raw, [](ly_set* done) { ly_set_free(done, nullptr); });
+    const NodeSet set = selected(yang, xpath, *data);
     Marks marks;
-    for (uint32_t i = 0; i < set->count; ++i) {
+    for (uint32_t i = 0; set != nullptr && i < set->count; ++i) {
         const lyd_node* node = set->dnodes[i];
         marks.whole.insert(node);
         for (const lyd_node* above = lyd_parent(node); above != nullptr; above = lyd_parent(above)) {

@@ -253,4 +253,28 @@ std::vector<std::vector<XPathStep>> plain_paths(std::string_view xpath)
     return paths;
 }
 
+std::string without_predicates(std::string_view xpath)
+{
+    std::string plain;
+    int depth = 0;
+    char quote = 0;
+    for (const char c : xpath) {
+        if (quote == 0 && c == '[') {
+            ++depth;
+        }
+        if (depth == 0) {
+            plain += c;
+        }
+        if (quote == 0 && c == ']') {
+            --depth;
+        }
+        if (quote == 0 && (c == '\'' || c == '"')) {
+            quote = c;
+        } else if (c == quote) {
+            quote = 0;
+        }
+    }
+    return plain;
+}
+
 } // namespace zpf::agent

@@ -35,4 +35,7 @@ struct XPathStep {
  */
 std::vector<std::vector<XPathStep>> plain_paths(std::string_view xpath);
 
+/// The expression without what stands in brackets.
+std::string without_predicates(std::string_view xpath);
+
 } // namespace zpf::agent

@@ -65,6 +65,10 @@ TEST_F(Read, ByXPathShowsWhatIsSelectedAndWhatLeadsThere)
     EXPECT_THAT(xpath("//oc:attenuation"), HasSubstr("<attenuation>9.5</attenuation>"));
     EXPECT_THAT(xpath("//oc:attenuation[. &gt; 5]"), Not(HasSubstr("<attenuation>3.0</attenuation>")));
     EXPECT_EQ(xpath("/oc:optical-attenuator/oc:nothing"), data(""));
+    for (const char* test :
+         {"oc:name and oc:config", "oc:name='x' or oc:config", "not(oc:config)", "contains(., '[')"}) {
+        EXPECT_EQ(xpath(std::string{"/oc:optical-attenuator/oc:nothing["} + test + "]"), data("")) << test;
+    }
 }
 
 TEST_F(Read, ByXPathThatIsWrongIsRefused)
@@ -72,7 +76,8 @@ TEST_F(Read, ByXPathThatIsWrongIsRefused)
     EXPECT_THAT(xpath("/no:such"), HasSubstr("the prefix &quot;no&quot;, which is not declared"));
     EXPECT_THAT(xpath("/oc:optical-attenuator["), HasSubstr("<error-tag>invalid-value</error-tag>"));
     EXPECT_THAT(xpath("/oc:a['"), HasSubstr("never closed"));
-    for (const char* broken : {"/oc:unknown[", "oc:unknown)", "/oc:unknown/nothing()", "1 + 1", "/oc:unknown = 2"}) {
+    for (const char* broken : {"/oc:unknown[", "oc:unknown)", "/oc:unknown/nothing()", "1 + 1", "/oc:unknown = 2",
+                               "count(/oc:unknown[1 and 2])", "/oc:unknown[1 and]"}) {
         EXPECT_THAT(xpath(broken), HasSubstr("<error-tag>invalid-value</error-tag>")) << broken;
     }
     EXPECT_THAT(agent.ask(R"(<get><filter type="xpath"/></get>)"), HasSubstr("missing-attribute"));

@@ -36,6 +36,12 @@ TEST(PlainPaths, AreFollowedAsFarAsTheyArePlain)
     EXPECT_EQ(described("/m:a/b[k='1' or k='2']"), "/m:a/:b");
 }
 
+TEST(Predicates, AreTakenOutWhole)
+{
+    EXPECT_EQ(without_predicates("/a[b[c='x]y'] or \"[\"]/d[1] | e"), "/a/d | e");
+    EXPECT_EQ(without_predicates("f('[')"), "f('[')");
+}
+
 TEST(PlainPaths, AreNoneWhenAnyPartMayBeginAnywhere)
 {
     for (const char* xpath : {"//a", "a/b", "count(/a)", "/*", "/a | //b", "/a/b/../../c", "/a/parent::x",
