@@ -52,13 +52,13 @@ void check_names(const Yang& yang, const kelda::Changes& changes)
     }
 }
 
-/// For those who are told of a change; what the mapping cannot show must not stop the change itself.
-bridge::DataPtr client_view(Mapper& mapper, const kelda::Reader& config)
+/// For those who are told of a change; what cannot be shown, nothing, must not stop the change itself.
+std::optional<bridge::DataPtr> client_view(Mapper& mapper, const kelda::Reader& config)
 {
     try {
         return client_config(mapper, config);
-    } catch (const Refused&) {
-        return nullptr;
+    } catch (const std::exception&) {
+        return std::nullopt;
     }
 }
 
@@ -109,6 +109,8 @@ void WriterTurn::change_running(const ChangeMap& changes)
         return;
     }
     check_names(mapper().yang(), made);
+    const bool told = writer_.parts_.subscribers > 0;
+    const auto before = told ? client_view(mapper(), running()) : std::nullopt;
     {
         const Stopwatch time(writer_.parts_.counters.device);
         const auto as_seen = for_device(made);
@@ -121,8 +123,6 @@ void WriterTurn::change_running(const ChangeMap& changes)
             throw Refused(std::move(error));
         }
     }
-    const bool told = writer_.parts_.subscribers > 0;
-    const bridge::DataPtr before = told ? client_view(mapper(), running()) : nullptr;
     // From here on the batch owns the change: a failure of the disk takes the device back.
     writer_.taken_.insert(writer_.taken_.end(), made.begin(), made.end());
     writer_.touched_ = true;
@@ -138,8 +138,10 @@ void WriterTurn::change_running(const ChangeMap& changes)
         writer_.write_confirmed();
     }
     if (told) {
-        const bridge::DataPtr after = client_view(mapper(), running());
-        announce(config_change(mapper().yang(), session_.get(), {before.get(), after.get()}, made));
+        const auto after = client_view(mapper(), running());
+        const ClientView view =
+            before && after ? ClientView{before->get(), after->get()} : ClientView{nullptr, nullptr};
+        announce(config_change(mapper().yang(), session_.get(), view, made));
     }
 }
 
