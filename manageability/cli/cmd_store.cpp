@@ -106,6 +106,14 @@ void print_check(const kelda::CheckReport& report, const StoreOptions& options, 
     }
 }
 
+/// What had to be mended before the store could be written.
+void print_undone(const std::string& undone, std::ostream& out)
+{
+    if (!undone.empty()) {
+        out << undone << '\n';
+    }
+}
+
 void add_folder(CLI::App& command, StoreOptions& options)
 {
     command.add_option("--store", options.folder, "Folder of the store")->type_name("DIR")->capture_default_str();
@@ -201,8 +209,9 @@ int run_store_load(const StoreOptions& options, std::ostream& out)
     const std::uint64_t records = kelda::load(store, options.file == "-" ? std::cin : file,
                                               options.merge ? kelda::LoadMode::merge : kelda::LoadMode::replace);
     if (options.json) {
-        out << json_line({{"records", records}, {"created", store.created()}});
+        out << json_line({{"records", records}, {"created", store.created()}, {"undone", store.undone()}});
     } else {
+        print_undone(store.undone(), out);
         out << fmt::format("{}: {} records loaded{}\n", options.folder, records,
                            store.created() ? " into a new store" : "");
     }
@@ -218,11 +227,13 @@ int run_store_check(const StoreOptions& options, std::ostream& out)
 
 int run_store_compact(const StoreOptions& options, std::ostream& out)
 {
-    const kelda::Compacted sizes = kelda::compact(options.folder);
+    const kelda::Compacted done = kelda::compact(options.folder);
     if (options.json) {
-        out << json_line({{"bytes-before", sizes.bytes_before}, {"bytes-after", sizes.bytes_after}});
+        out << json_line(
+            {{"bytes-before", done.bytes_before}, {"bytes-after", done.bytes_after}, {"undone", done.undone}});
     } else {
-        out << fmt::format("{}: {} bytes before, {} after\n", options.folder, sizes.bytes_before, sizes.bytes_after);
+        print_undone(done.undone, out);
+        out << fmt::format("{}: {} bytes before, {} after\n", options.folder, done.bytes_before, done.bytes_after);
     }
     return kDone;
 }

@@ -54,7 +54,7 @@ class Store(StartTest):
     def test_a_store_of_another_version_stops_the_start_and_is_left_alone(self):
         agent = self.stopped()
         file = agent.store / "data.mdb"
-        other = file.read_bytes().replace(b"version1", b"version9")  # a record's name and its value
+        other = file.read_bytes().replace(b"version2", b"version9")  # a record's name and its value
         self.assertIn(b"version9", other)
         file.write_bytes(other)
         self.assert_start_fails(agent, '(?i)version "9"')

@@ -50,6 +50,15 @@ kelda::Options store_options(const Options& options)
     return made;
 }
 
+kelda::Store open_store(const Options& options, const Agent::Log& log)
+{
+    kelda::Store store = kelda::Store::open(options.store, store_options(options));
+    if (!store.undone().empty()) {
+        log(1, store.undone());
+    }
+    return store;
+}
+
 bool seed_if_told(const Yang& yang, kelda::Store& store, const Options& options, const Agent::Log& log)
 {
     if (options.seed.empty()) {
@@ -68,7 +77,7 @@ Agent::Agent(const Options& options, Log log)
       limits_(options.limits),
       yang_(options.yang_dirs, options.protocol_yang_dirs),
       mapping_(yang_, plugin_in(options.plugin_dir), diagnostics_),
-      store_(kelda::Store::open(options.store, store_options(options))),
+      store_(open_store(options, log_)),
       seeded_(seed_if_told(yang_, store_, options, log_)),
       device_(options.slew_db_per_s * 10, device::steady_clock(), kReportGap),
       faults_(device_),

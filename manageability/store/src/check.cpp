@@ -14,6 +14,7 @@
 #include "format.hpp"
 #include "kelda/tools.hpp"
 #include "pages.hpp"
+#include "torn_commit.hpp"
 
 namespace kelda {
 
@@ -101,8 +102,12 @@ CheckReport check(const std::string& folder_path)
     CheckReport report;
     report.is_written = !folder.keep_writers_out();
     try {
+        if (!report.is_written && folder.may_have_lost_power(DataFile{folder.file(kDataFile)}.header().commit)) {
+            require_no_torn_commit(folder.file(kDataFile));
+        }
         report.pages =
-            require_sound_file(folder.file(kDataFile), report.is_written ? PagesToLookAt::header : PagesToLookAt::all);
+            require_sound_file(folder.file(kDataFile), report.is_written ? PagesToLookAt::header : PagesToLookAt::all)
+                .pages;
     } catch (const StoreError& error) {
         if (!is_finding(error.kind())) {
             throw;

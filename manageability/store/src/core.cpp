@@ -3,6 +3,7 @@
 // Opening a store, and the pool of read transactions.
 #include "core.hpp"
 
+#include <fmt/format.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -11,6 +12,7 @@
 #include "failure.hpp"
 #include "format.hpp"
 #include "pages.hpp"
+#include "torn_commit.hpp"
 
 namespace kelda::detail {
 
@@ -34,6 +36,9 @@ void Core::make_data_file() const
     ::unlink(fresh.c_str());
     {
         const Environment made{fresh, Environment::Use::make, MDB_NOLOCK, options_.map_bytes};
+        TxnPtr txn = made.begin(0);
+        made.set_digest(txn.get(), Digest{});
+        require(mdb_txn_commit(txn.release()), "make", fresh);
         require(mdb_env_sync(made.raw(), 1), "write", fresh);
     }
     const std::string file = folder_.file(kDataFile);
@@ -41,16 +46,42 @@ void Core::make_data_file() const
     folder_.sync();
 }
 
+/// Before the database maps it. What a power cut may have torn is looked at whole, and mended by who may write.
+void Core::look_over(const std::string& file)
+{
+    const bool may_write = !options_.read_only;
+    if (!may_write && !folder_.keep_writers_out()) {
+        require_sound_file(file, PagesToLookAt::header); // its writer has looked at the rest
+        return;
+    }
+    if (folder_.may_have_lost_power(DataFile{file}.header().commit)) {
+        may_write ? static_cast<void>(undone_ = undo_torn_commit(file)) : require_no_torn_commit(file);
+    }
+    require_sound_file(file, may_write ? PagesToLookAt::first : PagesToLookAt::header);
+    if (!may_write) {
+        folder_.let_writers_in();
+    }
+}
+
+/// In the durable branch, commits wait for the disk here and not in the database, which would wait twice: once for what
+/// was changed, and again for the header that makes it valid. One wait for both is enough, since an opening can tell
+/// whether all of it has arrived.
 void Core::open_durable()
 {
     const std::string file = folder_.file(kDataFile);
-    require_sound_file(file, options_.read_only ? PagesToLookAt::header : PagesToLookAt::first);
+    look_over(file);
     using Use = Environment::Use;
-    if (!options_.read_only) {
+    if (options_.read_only) {
+        durable_.emplace(file, Use::read, 0U, 0);
+    } else {
         ::unlink(folder_.file(kNewDataFile).c_str()); // left by who was killed while compacting
+        durable_.emplace(file, Use::write, options_.sync == Sync::relaxed ? MDB_NOMETASYNC : MDB_NOSYNC,
+                         options_.map_bytes);
+        durable_->digest(durable_->begin(MDB_RDONLY).get());
+        // The last commit of a process that was killed may not be on disk yet, and each must be before the next begins.
+        require(mdb_env_sync(durable_->raw(), 1), "sync", file);
+        folder_.note_writing();
     }
-    durable_.emplace(file, options_.read_only ? Use::read : Use::write,
-                     options_.sync == Sync::relaxed ? MDB_NOMETASYNC : 0U, options_.read_only ? 0 : options_.map_bytes);
     int dead_readers = 0; // of processes that were killed; they would keep space from being used again
     mdb_reader_check(durable_->raw(), &dead_readers);
 }
@@ -69,6 +100,76 @@ void Core::open_volatile()
     }
 }
 
+Core::~Core()
+{
+    if (options_.read_only || is_disk_behind_ || !durable_) {
+        return;
+    }
+    if (options_.sync == Sync::relaxed && mdb_env_sync(durable_->raw(), 1) != 0) {
+        return; // the last commits may be lost with the power, as ever in this mode
+    }
+    try {
+        folder_.note_closed(durable_->last_commit());
+    } catch (const std::exception&) { // without it, an opening looks at more than it would have to
+    }
+}
+
+/// After a commit was taken back, the next one has to wait until the disk has that, too, and until nobody reads the one
+/// taken back any longer, whose pages it writes over.
+TxnPtr Core::begin_durable_changes()
+{
+    if (is_disk_behind_) {
+        const std::string& path = durable_->path();
+        if (has_stale_slots()) {
+            throw StoreError{StoreError::Kind::io,
+                             fmt::format("{} takes no changes until all have ended who began to read before the disk "
+                                         "failed to keep one: try again",
+                                         path)};
+        }
+        const int code = fault("sync");
+        require(code != 0 ? code : mdb_env_sync(durable_->raw(), 1), "force what is stored to", path);
+        is_disk_behind_ = false;
+    }
+    return durable_->begin(0);
+}
+
+void Core::make_safe(std::uint64_t commit)
+{
+    if (options_.sync == Sync::relaxed) {
+        return;
+    }
+    const std::string& path = durable_->path();
+    int code = fault("sync");
+    code = code != 0 ? code : mdb_env_sync(durable_->raw(), 1);
+    if (code == 0) {
+        return;
+    }
+    is_disk_behind_ = true;
+    int fd = -1;
+    MDB_stat pages;
+    require(mdb_env_get_fd(durable_->raw(), &fd), "sync", path);
+    require(mdb_env_stat(durable_->raw(), &pages), "sync", path);
+    take_back_commit(fd, pages.ms_psize, commit, path);
+    {
+        const std::lock_guard guard{slots_mutex_};
+        ++taken_back_;
+        stale_slots_ = slots_ - idle_slots_.size();
+    }
+    fail(code, "force a change to", path);
+}
+
+bool Core::has_stale_slots()
+{
+    const std::lock_guard guard{slots_mutex_};
+    return stale_slots_ > 0;
+}
+
+std::uint64_t Core::generation(std::uint64_t commit, std::uint64_t taken_back)
+{
+    constexpr int kBitsForCommits = 48;
+    return commit + (taken_back << kBitsForCommits);
+}
+
 int Core::fault(const char* operation) const
 {
     return options_.faults != nullptr && options_.faults->before ? options_.faults->before(operation) : 0;
@@ -76,44 +177,55 @@ int Core::fault(const char* operation) const
 
 std::unique_ptr<ReadSlot> Core::take_slot()
 {
-    std::unique_ptr<ReadSlot> slot;
-    {
-        const std::lock_guard guard{slots_mutex_};
-        if (!idle_slots_.empty()) {
-            slot = std::move(idle_slots_.back());
-            idle_slots_.pop_back();
+    std::unique_ptr<ReadSlot> slot = idle_or_new_slot();
+    const auto read = [](TxnPtr& txn, const Environment& branch) {
+        if (txn == nullptr) {
+            txn = branch.begin(MDB_RDONLY);
+        } else {
+            require(mdb_txn_renew(txn.get()), "read", branch.path());
         }
-    }
-    if (slot == nullptr) {
-        slot = std::make_unique<ReadSlot>();
-        make_room_for_one_more();
-        slot->durable = durable_->begin(MDB_RDONLY);
+    };
+    try {
+        read(slot->durable, *durable_);
         if (volatile_) {
-            slot->of_volatile = volatile_->begin(MDB_RDONLY);
+            read(slot->of_volatile, *volatile_);
         }
-        return slot;
+    } catch (const StoreError&) {
+        give_back(std::move(slot));
+        throw;
     }
-    require(mdb_txn_renew(slot->durable.get()), "read", durable_->path());
-    if (slot->of_volatile != nullptr) {
-        require(mdb_txn_renew(slot->of_volatile.get()), "read", volatile_->path());
-    }
+    slot->generation = generation(mdb_txn_id(slot->durable.get()), slot->taken_back);
     return slot;
 }
 
-/// So that giving back never needs memory.
-void Core::make_room_for_one_more()
+/// Counted as in use from now on: what a commit that is being taken back shows to others, it may show to this one.
+std::unique_ptr<ReadSlot> Core::idle_or_new_slot()
 {
     const std::lock_guard guard{slots_mutex_};
-    idle_slots_.reserve(++slots_);
+    std::unique_ptr<ReadSlot> slot;
+    if (idle_slots_.empty()) {
+        idle_slots_.reserve(slots_ + 1); // so that giving back never needs memory
+        slot = std::make_unique<ReadSlot>();
+        ++slots_;
+    } else {
+        slot = std::move(idle_slots_.back());
+        idle_slots_.pop_back();
+    }
+    slot->taken_back = taken_back_;
+    return slot;
 }
 
 void Core::give_back(std::unique_ptr<ReadSlot> slot) noexcept
 {
-    mdb_txn_reset(slot->durable.get());
-    if (slot->of_volatile != nullptr) {
-        mdb_txn_reset(slot->of_volatile.get());
+    for (MDB_txn* const txn : {slot->durable.get(), slot->of_volatile.get()}) {
+        if (txn != nullptr) {
+            mdb_txn_reset(txn);
+        }
     }
     const std::lock_guard guard{slots_mutex_};
+    if (slot->taken_back != taken_back_) {
+        --stale_slots_;
+    }
     idle_slots_.push_back(std::move(slot));
 }
 

@@ -3,6 +3,7 @@
 // An open store as its snapshots, transactions and subscriptions share it.
 #pragma once
 
+#include <atomic>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -20,12 +21,17 @@ namespace kelda::detail {
 /// A pair of read transactions, used again and again: to begin one anew costs a system call, to renew one does not.
 struct ReadSlot {
     TxnPtr durable;
-    TxnPtr of_volatile; ///< null when the store has no volatile branch
+    TxnPtr of_volatile;           ///< null when the store has no volatile branch
+    std::uint64_t taken_back = 0; ///< commits, before it began to read
+    std::uint64_t generation = 0; ///< of the durable branch
 };
 
 class Core {
 public:
     Core(const std::string& folder, const Options& options);
+    Core(const Core&) = delete;
+    Core& operator=(const Core&) = delete;
+    ~Core();
 
     std::unique_ptr<ReadSlot> take_slot();
     void give_back(std::unique_ptr<ReadSlot> slot) noexcept;
@@ -35,6 +41,7 @@ public:
     const Folder& folder() const { return folder_; }
     const Options& options() const { return options_; }
     bool created() const { return is_created_; }
+    const std::string& undone() const { return undone_; }
     const Environment& durable() const { return *durable_; }
     /// Null when there is none: the store was opened read only and no agent has run since it was made.
     const Environment* of_volatile() const { return volatile_ ? &*volatile_ : nullptr; }
@@ -42,15 +49,30 @@ public:
     std::mutex& volatile_writer() { return volatile_writer_; }
     Subscribers& subscribers() { return subscribers_; }
 
+    /// Begins changes of the durable branch. To be called, as make_safe(), by who holds the writer's mutex.
+    TxnPtr begin_durable_changes();
+    /// Waits until a commit of the durable branch is as safe as the options say. When the disk fails, takes it back, so
+    /// that nobody reads it any longer, and throws StoreError.
+    void make_safe(std::uint64_t commit);
+    /// A number for what is seen by who begins to read `commit` after that many have been taken back: the number of a
+    /// commit stays taken.
+    static std::uint64_t generation(std::uint64_t commit, std::uint64_t taken_back);
+    std::uint64_t taken_back() const { return taken_back_; }
+
 private:
     void make_data_file() const;
+    void look_over(const std::string& file);
     void open_durable();
     void open_volatile();
-    void make_room_for_one_more();
+    std::unique_ptr<ReadSlot> idle_or_new_slot();
+    bool has_stale_slots();
 
     Options options_;
     Folder folder_;
     bool is_created_ = false;
+    std::string undone_;
+    bool is_disk_behind_ = false; ///< it does not have a commit's taking back yet
+    std::atomic<std::uint64_t> taken_back_{0};
     std::optional<Environment> durable_;
     std::optional<Environment> volatile_;
     std::mutex durable_writer_;
@@ -59,6 +81,7 @@ private:
     std::mutex slots_mutex_;
     std::vector<std::unique_ptr<ReadSlot>> idle_slots_;
     std::size_t slots_ = 0;
+    std::size_t stale_slots_ = 0; ///< in use since before the last commit that was taken back
 };
 
 /// Changes under way.
@@ -77,8 +100,9 @@ public:
 private:
     void require_own(std::string_view key) const;
     void require_no_fault(const char* operation);
-    void remember(std::string_view key);
+    void remember(std::string_view key, std::optional<std::string_view> before);
     Changes changes() const;
+    void count(std::string_view key, std::optional<std::string_view> before, std::optional<std::string_view> after);
 
     std::shared_ptr<Core> core_;
     const Environment* environment_;
@@ -87,6 +111,8 @@ private:
     TxnPtr txn_;
     bool is_watched_;
     bool is_failed_ = false;
+    bool is_changed_ = false;
+    Digest digest_; ///< of the durable branch's records, with the changes
     std::map<std::string, std::optional<std::string>, std::less<>> before_; ///< of records touched, when watched
 };
 

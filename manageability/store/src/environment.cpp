@@ -86,7 +86,7 @@ void Environment::open_databases(Use use)
     const bool is_new = use == Use::make;
     TxnPtr txn = begin(use == Use::read ? MDB_RDONLY : 0U);
     MDB_dbi meta = 0;
-    const int code = mdb_dbi_open(txn.get(), "meta", is_new ? MDB_CREATE : 0U, &meta);
+    const int code = mdb_dbi_open(txn.get(), kMetaTable.data(), is_new ? MDB_CREATE : 0U, &meta);
     if (code == MDB_NOTFOUND || code == MDB_INCOMPATIBLE) {
         fail_damaged(path_, "it is a database, but not of this system");
     }
@@ -95,7 +95,8 @@ void Environment::open_databases(Use use)
         write_format(txn.get(), meta, path_);
     }
     require_format(txn.get(), meta, path_);
-    const int found = mdb_dbi_open(txn.get(), "records", is_new ? MDB_CREATE : 0U, &records_);
+    require(mdb_dbi_open(txn.get(), nullptr, 0, &tables_), "open", path_);
+    const int found = mdb_dbi_open(txn.get(), kRecordsTable.data(), is_new ? MDB_CREATE : 0U, &records_);
     if (found == MDB_NOTFOUND || found == MDB_INCOMPATIBLE) {
         fail_damaged(path_, "the table of records is missing");
     }
@@ -108,6 +109,27 @@ std::uint64_t Environment::last_commit() const
     MDB_envinfo info;
     mdb_env_info(env_.get(), &info);
     return info.me_last_txnid;
+}
+
+Digest Environment::digest(MDB_txn* txn) const
+{
+    MDB_val key = to_val(kDigestKey);
+    MDB_val value{};
+    const int code = mdb_get(txn, tables_, &key, &value);
+    require(code == MDB_NOTFOUND ? 0 : code, "read", path_);
+    const auto digest = code == 0 ? Digest::from_record(to_view(value)) : std::nullopt;
+    if (!digest) {
+        fail_damaged(path_, "the digest of its records is missing");
+    }
+    return *digest;
+}
+
+void Environment::set_digest(MDB_txn* txn, const Digest& digest) const
+{
+    const std::string record = digest.record(mdb_txn_id(txn));
+    MDB_val key = to_val(kDigestKey);
+    MDB_val value = to_val(record);
+    require(mdb_put(txn, tables_, &key, &value, 0), "write", path_);
 }
 
 TxnPtr Environment::begin(unsigned flags) const

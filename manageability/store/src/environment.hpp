@@ -12,6 +12,7 @@
 #include <string>
 #include <string_view>
 
+#include "digest.hpp"
 #include "kelda/reader.hpp"
 
 namespace kelda::detail {
@@ -26,7 +27,8 @@ struct CloseCursor {
 };
 using CursorPtr = std::unique_ptr<MDB_cursor, CloseCursor>;
 
-/// One database file: named database "records" with the records, and "meta" with name and version of the format.
+/// One database file: named database "records" with the records, and "meta" with name and version of the format; beside
+/// them, in the durable branch's, the digest of the records.
 class Environment {
 public:
     enum class Use { read, write, make };
@@ -41,6 +43,11 @@ public:
 
     TxnPtr begin(unsigned flags) const;
 
+    /// Of the records. Throws StoreError when there is none.
+    Digest digest(MDB_txn* txn) const;
+    /// To be called in each transaction that changes anything.
+    void set_digest(MDB_txn* txn, const Digest& digest) const;
+
 private:
     struct Close {
         void operator()(MDB_env* env) const noexcept { mdb_env_close(env); }
@@ -50,6 +57,7 @@ private:
 
     std::string path_;
     std::unique_ptr<MDB_env, Close> env_;
+    MDB_dbi tables_ = 0;
     MDB_dbi records_ = 0;
 };
 

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Locks: everybody shares the folder itself, and who replaces the data file has it alone; who writes locks the file
-// "lock", which names its process. The system drops all of them when a process ends, however it ends.
+// "lock". The system drops all of them when a process ends, however it ends. What stands in "lock" is a note of who
+// writes: number of the process and the boot's id, a line each; or, after an orderly end, "closed" and the last commit.
 #include "folder.hpp"
 
 #include <fcntl.h>
@@ -46,18 +47,39 @@ FileDescriptor open_folder(const std::string& path, bool create)
     return fd;
 }
 
-/// What the file "lock" says, for a message.
-std::string writer_named_in(int fd)
+/// The beginning of a small file.
+std::string text_of_file(int fd)
 {
-    std::array<char, 32> text{};
-    const ssize_t length = ::pread(fd, text.data(), text.size() - 1, 0);
-    std::string pid{text.data(), length > 0 ? static_cast<std::size_t>(length) : 0};
-    while (!pid.empty() && pid.back() == '\n') {
-        pid.pop_back();
-    }
-    const bool is_alive =
-        !pid.empty() && (::kill(static_cast<pid_t>(std::strtol(pid.c_str(), nullptr, 10)), 0) == 0 || errno == EPERM);
-    return is_alive ? "process " + pid : "another process"; // one that only checks the store leaves no number
+    std::array<char, 128> text{};
+    const ssize_t length = ::pread(fd, text.data(), text.size(), 0);
+    return {text.data(), length > 0 ? static_cast<std::size_t>(length) : 0};
+}
+
+/// Whom a note names, for a message.
+std::string writer_named_in(const std::string& note)
+{
+    const long pid = std::strtol(note.c_str(), nullptr, 10);
+    const bool is_alive = pid > 0 && (::kill(static_cast<pid_t>(pid), 0) == 0 || errno == EPERM);
+    return is_alive ? fmt::format("process {}", pid)
+                    : "another process"; // one that only checks the store leaves no note
+}
+
+/// Differs after each start of the system. Empty when the system does not tell.
+std::string boot_id()
+{
+    const FileDescriptor file{::open("/proc/sys/kernel/random/boot_id", O_RDONLY | O_CLOEXEC)};
+    const std::string line = file ? text_of_file(file.get()) : "";
+    return line.substr(0, line.find('\n'));
+}
+
+std::string closed_note(std::uint64_t commit)
+{
+    return fmt::format("closed {}\n", commit);
+}
+
+bool replace_text(int fd, const std::string& text)
+{
+    return ::ftruncate(fd, 0) == 0 && ::pwrite(fd, text.data(), text.size(), 0) == static_cast<ssize_t>(text.size());
 }
 
 /// The folders that this process has open, each with the process that opened it: a forked child has none of its own.
@@ -99,6 +121,7 @@ Folder::Folder(std::string path, Access access, bool create)
     : path_{std::move(path)}, folder_fd_{open_folder(path_, create)}, once_{path_, folder_fd_.get()}
 {
     share_or_take(access);
+    read_note();
     if (access != Access::read) {
         // Looked at before the first file is made: a folder of something else stays as it is.
         require_store_or_nothing(create);
@@ -133,12 +156,36 @@ void Folder::become_writer()
             fail(errno, "lock", name);
         }
         throw StoreError{Kind::in_use, fmt::format("{} is in use by {}: stop it first, or choose another folder", path_,
-                                                   writer_named_in(writer_fd_.get()))};
+                                                   writer_named_in(text_of_file(writer_fd_.get())))};
     }
-    const std::string pid = fmt::format("{}\n", ::getpid());
-    const bool named = ::ftruncate(writer_fd_.get(), 0) == 0 &&
-                       ::pwrite(writer_fd_.get(), pid.data(), pid.size(), 0) == static_cast<ssize_t>(pid.size());
-    require(named ? 0 : errno, "write", name);
+    read_note(); // what stood there when the lock was had
+}
+
+void Folder::note_writing() const
+{
+    const std::string name = file(kWriterFile);
+    const bool is_noted = replace_text(writer_fd_.get(), fmt::format("{}\n{}\n", ::getpid(), boot_id()));
+    require(is_noted ? 0 : errno, "write", name);
+    require(::fsync(writer_fd_.get()) == 0 ? 0 : errno, "sync", name);
+}
+
+void Folder::read_note()
+{
+    const FileDescriptor file{::open(this->file(kWriterFile).c_str(), O_RDONLY | O_CLOEXEC)};
+    note_ = file ? text_of_file(file.get()) : "";
+}
+
+bool Folder::may_have_lost_power(std::uint64_t commit) const
+{
+    const std::string boot = boot_id();
+    const bool is_of_this_boot = !boot.empty() && note_.find("\n" + boot + "\n") != std::string::npos;
+    return !is_of_this_boot && note_ != closed_note(commit);
+}
+
+void Folder::note_closed(std::uint64_t commit) const
+{
+    // Without the note, the next opening after a start of the system looks at all of the store: no harm.
+    static_cast<void>(replace_text(writer_fd_.get(), closed_note(commit)));
 }
 
 bool Folder::has(const char* name) const

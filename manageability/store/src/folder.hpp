@@ -5,6 +5,7 @@
 
 #include <sys/types.h>
 
+#include <cstdint>
 #include <string>
 #include <utility>
 
@@ -34,8 +35,18 @@ public:
 
     /// Throws StoreError unless the folder has a data file, or has nothing and may be given one. True if it has one.
     bool require_store_or_nothing(bool create) const;
-    /// Keeps those out that would begin to write, as long as it lives. False when somebody writes already.
+    /// Keeps those out that would begin to write, until let_writers_in() or as long as it lives. False when somebody
+    /// writes already.
     bool keep_writers_out();
+    void let_writers_in() { writer_fd_ = FileDescriptor{}; }
+    /// Whether the system may have gone down while somebody wrote: who wrote last did not close the store after
+    /// `commit` and is not of this boot.
+    bool may_have_lost_power(std::uint64_t commit) const;
+    /// Notes, on disk, who writes. To be called when the store is known to be whole and before the first commit, which
+    /// a power cut could tear.
+    void note_writing() const;
+    /// Notes that all is on disk up to `commit`, and that nothing is written after it.
+    void note_closed(std::uint64_t commit) const;
     /// What root makes in somebody's folder becomes that user's, who could not open it otherwise.
     void give_to_owner() const noexcept;
     /// Forces renamed and removed names to disk.
@@ -56,11 +67,13 @@ private:
 
     void share_or_take(Access access) const;
     void become_writer();
+    void read_note();
 
     std::string path_;
     FileDescriptor folder_fd_;
     OnceInProcess once_;
     FileDescriptor writer_fd_;
+    std::string note_; ///< of who wrote last
 };
 
 } // namespace kelda::detail

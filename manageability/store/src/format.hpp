@@ -19,6 +19,11 @@ inline constexpr const char* kWriterFile = "lock";
 inline constexpr std::string_view kFormatKey = "format";
 inline constexpr std::string_view kFormatName = "kelda";
 inline constexpr std::string_view kVersionKey = "version";
-inline constexpr std::string_view kFormatVersion = "1";
+inline constexpr std::string_view kFormatVersion = "2"; // 1 had no digest
+
+/// Stands beside the named databases, on a page that each commit writes anyway.
+inline constexpr std::string_view kDigestKey = "digest";
+inline constexpr std::string_view kRecordsTable = "records";
+inline constexpr std::string_view kMetaTable = "meta";
 
 } // namespace kelda::detail

@@ -31,7 +31,7 @@ struct PageHeader {
     std::uint16_t lower; // where the offsets end
     std::uint16_t upper; // where the nodes begin
 };
-static_assert(sizeof(PageHeader) == 16);
+static_assert(sizeof(PageHeader) == kHeaderOffset);
 
 struct OverflowHeader {
     std::uint64_t number;
@@ -122,7 +122,8 @@ Node Page::node_at(std::size_t offset, bool is_leaf) const
     return node;
 }
 
-DataFile::DataFile(const std::string& path) : path_{path}, fd_{::open(path.c_str(), O_RDONLY | O_CLOEXEC)}
+DataFile::DataFile(const std::string& path, Commit commit)
+    : path_{path}, fd_{::open(path.c_str(), O_RDONLY | O_CLOEXEC)}
 {
     require(fd_ ? 0 : errno, "open", path_);
     FileHeader second{};
@@ -136,10 +137,15 @@ DataFile::DataFile(const std::string& path) : path_{path}, fd_{::open(path.c_str
     if (!read_header(page_bytes_, second) || second.trees[0].page_bytes != page_bytes_) {
         damaged("its second header is gone");
     }
-    if (second.commit > header_.commit) {
+    if ((second.commit > header_.commit) == (commit == Commit::last)) {
         header_ = second;
+        header_page_ = 1;
     }
-    struct stat status {}; // after the headers: a writer beside us lengthens the file before it says so
+}
+
+void DataFile::require_full_length() const
+{
+    struct stat status {}; // after the header: a writer beside us lengthens the file before it says so
     require(fstat(fd_.get(), &status) == 0 ? 0 : errno, "open", path_);
     const std::uint64_t pages = static_cast<std::uint64_t>(status.st_size) / page_bytes_;
     if (header_.last_page >= pages) {
@@ -187,20 +193,20 @@ Page DataFile::page(PageNumber number) const
     return Page{*this, number, read(number * page_bytes_, page_bytes_)};
 }
 
-std::uint64_t DataFile::pages_for_value(std::uint64_t value_bytes) const
+std::uint64_t DataFile::pages_of_value(PageNumber number, std::uint64_t value_bytes) const
 {
-    return (sizeof(PageHeader) - 1 + value_bytes) / page_bytes_ + 1;
-}
-
-std::vector<std::byte> DataFile::big_value(PageNumber number, std::uint64_t count, std::uint64_t value_bytes) const
-{
-    const std::uint64_t offset = number * page_bytes_;
-    const auto head = read(offset, sizeof(OverflowHeader));
+    const std::uint64_t needed = (sizeof(PageHeader) - 1 + value_bytes) / page_bytes_ + 1;
+    const auto head = read(number * page_bytes_, sizeof(OverflowHeader));
     const auto header = record_in<OverflowHeader>(text_of(head));
-    if (header.number != number || (header.flags & kOverflowPage) == 0 || header.pages != count) {
+    if (header.number != number || (header.flags & kOverflowPage) == 0 || header.pages < needed) {
         damaged(fmt::format("page {} does not hold the long value it should", number));
     }
-    return read(offset + sizeof(OverflowHeader), value_bytes);
+    return header.pages;
+}
+
+std::vector<std::byte> DataFile::big_value(PageNumber number, std::uint64_t value_bytes) const
+{
+    return read(number * page_bytes_ + sizeof(OverflowHeader), value_bytes);
 }
 
 TreeRecord DataFile::tree_in(const Node& node) const

@@ -22,6 +22,7 @@ inline constexpr PageNumber kNoPage = ~PageNumber{0};
 inline constexpr std::uint64_t kHeaderPages = 2;
 inline constexpr std::uint16_t kBranchPage = 0x01;
 inline constexpr std::uint16_t kLeafPage = 0x02;
+inline constexpr std::uint64_t kHeaderOffset = 16; ///< of the FileHeader in its page
 
 struct TreeRecord {
     std::uint32_t page_bytes; // used in the first tree of a header only
@@ -75,19 +76,30 @@ private:
     std::vector<std::byte> bytes_;
 };
 
-/// The file, with the newer of its headers.
+/// Which of the two headers counts.
+enum class Commit {
+    last,
+    one_before, ///< the database leaves its pages alone until the last one is done
+};
+
+/// The file, as one of its headers has it.
 class DataFile {
 public:
-    /// Throws StoreError when it cannot be read, has no header, is of another version or shorter than it says.
-    explicit DataFile(const std::string& path);
+    /// Throws StoreError when it cannot be read, has no header or is of another version.
+    explicit DataFile(const std::string& path, Commit commit = Commit::last);
 
     const FileHeader& header() const { return header_; }
+    /// The page that the header stands on.
+    PageNumber header_page() const { return header_page_; }
+    std::size_t page_bytes() const { return page_bytes_; }
+    /// Throws StoreError when the file is shorter than it says.
+    void require_full_length() const;
     [[noreturn]] void damaged(std::string_view what) const;
 
     Page page(PageNumber number) const;
-    std::uint64_t pages_for_value(std::uint64_t value_bytes) const;
-    /// The first `value_bytes` of a value that stands on `count` pages of its own.
-    std::vector<std::byte> big_value(PageNumber number, std::uint64_t count, std::uint64_t value_bytes) const;
+    /// How many pages of its own a value has: more than it needs when a longer one stood there before.
+    std::uint64_t pages_of_value(PageNumber number, std::uint64_t value_bytes) const;
+    std::vector<std::byte> big_value(PageNumber number, std::uint64_t value_bytes) const;
     /// The tree that a node of the table of tables describes.
     TreeRecord tree_in(const Node& node) const;
 
@@ -99,6 +111,7 @@ private:
     FileDescriptor fd_;
     std::size_t page_bytes_ = 0;
     FileHeader header_{};
+    PageNumber header_page_ = 0;
 };
 
 /// The number in the first eight bytes.

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The walk over the trees of a database file: every page where it should be, used once, its keys in order and within
-// what the page above says.
+// what the page above says, no free page in use or free twice, the records as their digest says.
 #include "pages.hpp"
 
 #include <fmt/format.h>
@@ -11,7 +11,8 @@
 #include <string_view>
 #include <vector>
 
-#include "page_layout.hpp"
+#include "digest.hpp"
+#include "format.hpp"
 
 namespace kelda::detail {
 
@@ -20,7 +21,7 @@ namespace {
 constexpr std::size_t kFirstPages = 4096;
 constexpr std::uint16_t kMaxDepth = 32; // the database's own limit
 
-enum class Keys { numbers, names }; // of free pages by commit, and of everything else
+enum class Kind { free_pages, tables, meta, records, other };
 
 struct Task {
     PageNumber page;
@@ -32,15 +33,15 @@ struct Task {
 
 struct TreeState {
     std::string name;
-    Keys keys;
+    Kind kind;
     std::uint64_t entries_promised;
     std::uint64_t entries_found = 0;
 };
 
 /// Orders keys as their tree does.
-bool is_before(Keys keys, std::string_view one, std::string_view other)
+bool is_before(Kind kind, std::string_view one, std::string_view other)
 {
-    if (keys == Keys::numbers && one.size() == sizeof(std::uint64_t) && other.size() == sizeof(std::uint64_t)) {
+    if (kind == Kind::free_pages && one.size() == sizeof(std::uint64_t) && other.size() == sizeof(std::uint64_t)) {
         return number_in(one) < number_in(other);
     }
     return one < other;
@@ -50,8 +51,8 @@ class TreeWalk {
 public:
     explicit TreeWalk(const DataFile& file) : file_{file}, is_used_(file.header().last_page + 1)
     {
-        add_tree("free pages", Keys::numbers, file.header().trees[0]);
-        add_tree("tables", Keys::names, file.header().trees[1]);
+        add_tree("free pages", Kind::free_pages, file.header().trees[0]);
+        add_tree("tables", Kind::tables, file.header().trees[1]);
     }
 
     /// False when `limit` pages were not enough.
@@ -75,19 +76,25 @@ public:
                     fmt::format("{} has {} entries of {}", tree.name, tree.entries_found, tree.entries_promised));
             }
         }
+        std::vector<bool> is_taken = is_used_;
         for (const PageNumber page : free_) {
-            if (page < kHeaderPages || page >= is_used_.size() || is_used_[page]) {
+            if (page < kHeaderPages || page >= is_taken.size() || is_taken[page]) {
                 file_.damaged(fmt::format("page {} is said to be free and is not", page));
             }
+            is_taken[page] = true;
+        }
+        if (is_of_this_version() && digest_promised_ != digest_found_.record(file_.header().commit)) {
+            file_.damaged("the records do not add up to the digest of the last commit");
         }
     }
 
     std::uint64_t pages() const { return pages_; }
+    bool is_of_this_version() const { return version_ == kFormatVersion; }
 
 private:
-    void add_tree(std::string name, Keys keys, const TreeRecord& tree)
+    void add_tree(std::string name, Kind kind, const TreeRecord& tree)
     {
-        trees_.push_back({std::move(name), keys, tree.entries});
+        trees_.push_back({std::move(name), kind, tree.entries});
         if (tree.root == kNoPage) {
             return;
         }
@@ -152,11 +159,11 @@ private:
 
     void require_order(const Task& task, const std::vector<Node>& nodes, std::size_t first_with_key) const
     {
-        const Keys keys = trees_[task.tree].keys;
+        const Kind kind = trees_[task.tree].kind;
         for (std::size_t i = first_with_key; i < nodes.size(); ++i) {
-            const bool is_ordered = (i == first_with_key || is_before(keys, nodes[i - 1].key, nodes[i].key)) &&
-                                    (!task.first || !is_before(keys, nodes[i].key, *task.first)) &&
-                                    (!task.end || is_before(keys, nodes[i].key, *task.end));
+            const bool is_ordered = (i == first_with_key || is_before(kind, nodes[i - 1].key, nodes[i].key)) &&
+                                    (!task.first || !is_before(kind, nodes[i].key, *task.first)) &&
+                                    (!task.end || is_before(kind, nodes[i].key, *task.end));
             if (!is_ordered) {
                 file_.damaged(fmt::format("keys of page {} are out of order", task.page));
             }
@@ -165,24 +172,38 @@ private:
 
     void look_at_entry(const Task& task, const Node& node)
     {
-        constexpr std::size_t kTables = 1;
-        const bool is_free_list = trees_[task.tree].keys == Keys::numbers;
+        const Kind kind = trees_[task.tree].kind;
         std::string_view value = node.value;
         std::vector<std::byte> elsewhere;
         if (node.is_big) {
-            const std::uint64_t count = file_.pages_for_value(node.value_bytes);
-            use(node.child, count);
-            elsewhere = file_.big_value(node.child, count, is_free_list ? node.value_bytes : 0);
+            use(node.child, file_.pages_of_value(node.child, node.value_bytes));
+            elsewhere = file_.big_value(node.child, node.value_bytes);
             value = text_of(elsewhere);
         }
-        if (is_free_list) {
+        if (kind == Kind::free_pages) {
             add_free(value);
-        } else if (task.tree == kTables) {
-            add_tree("table " + std::string{node.key}, Keys::names, file_.tree_in(node));
+        } else if (kind == Kind::records) {
+            digest_found_.add(node.key, value);
+        } else if (kind == Kind::tables) {
+            look_at_table(node);
+        } else if (kind == Kind::meta && node.key == kVersionKey) {
+            version_ = value;
         }
     }
 
-    /// A list of free pages: how many, then which.
+    void look_at_table(const Node& node)
+    {
+        if (node.key == kDigestKey) {
+            digest_promised_ = node.value;
+        } else {
+            const Kind kind = node.key == kRecordsTable ? Kind::records
+                              : node.key == kMetaTable  ? Kind::meta
+                                                        : Kind::other;
+            add_tree("table " + std::string{node.key}, kind, file_.tree_in(node));
+        }
+    }
+
+    /// A list of free pages: how many, then which, the highest first.
     void add_free(std::string_view list)
     {
         constexpr std::size_t kNumber = sizeof(PageNumber);
@@ -190,8 +211,12 @@ private:
         if (count > list.size() / kNumber - (list.size() < kNumber ? 0 : 1)) {
             file_.damaged("a list of free pages is cut");
         }
+        const std::size_t begin = free_.size();
         for (std::size_t i = 1; i <= count; ++i) {
             free_.push_back(number_in(list.substr(i * kNumber)));
+            if (free_.size() > begin + 1 && free_.back() >= free_[free_.size() - 2]) {
+                file_.damaged("a list of free pages is out of order");
+            }
         }
     }
 
@@ -200,22 +225,27 @@ private:
     std::deque<Task> tasks_;
     std::vector<TreeState> trees_;
     std::vector<PageNumber> free_;
+    std::string version_;
+    std::string digest_promised_;
+    Digest digest_found_;
     std::uint64_t pages_ = 0;
 };
 
 } // namespace
 
-std::uint64_t require_sound_file(const std::string& path, PagesToLookAt which)
+LookedAt require_sound_file(const std::string& path, PagesToLookAt which, Commit commit)
 {
-    const DataFile file{path};
+    const DataFile file{path, commit};
+    file.require_full_length();
     if (which == PagesToLookAt::header) {
-        return 0;
+        return {};
     }
     TreeWalk walk{file};
-    if (walk.run(which == PagesToLookAt::all ? kNoPage : kFirstPages)) {
+    const bool is_complete = walk.run(which == PagesToLookAt::all ? kNoPage : kFirstPages);
+    if (is_complete) {
         walk.require_complete();
     }
-    return walk.pages();
+    return {walk.pages(), is_complete && walk.is_of_this_version()};
 }
 
 } // namespace kelda::detail

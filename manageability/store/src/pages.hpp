@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <string>
 
+#include "page_layout.hpp"
+
 namespace kelda::detail {
 
 enum class PagesToLookAt {
@@ -15,8 +17,13 @@ enum class PagesToLookAt {
     all,    ///< every page in use
 };
 
-/// Returns how many pages of the trees it has looked at. Throws StoreError: missing, damaged, version, or what the
-/// system says.
-std::uint64_t require_sound_file(const std::string& file, PagesToLookAt which);
+struct LookedAt {
+    std::uint64_t pages = 0;
+    bool is_of_this_version = false; ///< all pages there are were looked at, and the records add up to their digest
+};
+
+/// Throws StoreError: missing, damaged, version, or what the system says. For another version of the format than this
+/// one, of which only who opens the file complains, there is no digest to look for.
+LookedAt require_sound_file(const std::string& file, PagesToLookAt which, Commit commit = Commit::last);
 
 } // namespace kelda::detail

@@ -79,7 +79,7 @@ void Snapshot::scan_from(std::string_view prefix, std::string_view first_key, Vi
 
 std::uint64_t Snapshot::generation() const
 {
-    return commit_seen_by(slot_->durable.get());
+    return slot_->generation;
 }
 
 std::uint64_t Snapshot::volatile_generation() const

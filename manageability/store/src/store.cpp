@@ -36,6 +36,11 @@ bool Store::created() const
     return core_->created();
 }
 
+const std::string& Store::undone() const
+{
+    return core_->undone();
+}
+
 Snapshot Store::snapshot() const
 {
     return Snapshot{core_, core_->take_slot()};
@@ -53,7 +58,7 @@ Transaction Store::write_volatile()
 
 std::uint64_t Store::generation() const
 {
-    return core_->durable().last_commit();
+    return Core::generation(core_->durable().last_commit(), core_->taken_back());
 }
 
 Subscription Store::subscribe(std::string prefix, Subscribed subscriber)

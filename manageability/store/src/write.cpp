@@ -38,9 +38,13 @@ Write::Write(std::shared_ptr<Core> core, bool is_volatile)
       environment_{&environment_for(*core_, is_volatile)},
       is_volatile_{is_volatile},
       turn_{is_volatile ? core_->volatile_writer() : core_->durable_writer()},
-      txn_{environment_->begin(0)},
+      txn_{is_volatile_ ? environment_->begin(0) : core_->begin_durable_changes()},
       is_watched_{core_->subscribers().any()}
-{}
+{
+    if (!is_volatile_) {
+        digest_ = environment_->digest(txn_.get());
+    }
+}
 
 void Write::require_own(std::string_view key) const
 {
@@ -66,11 +70,25 @@ void Write::require_no_fault(const char* operation)
     }
 }
 
-void Write::remember(std::string_view key)
+void Write::remember(std::string_view key, std::optional<std::string_view> before)
 {
     if (is_watched_ && !before_.contains(key)) {
-        const auto value = get_record(txn_.get(), *environment_, key);
-        before_.emplace(key, value ? std::optional<std::string>{*value} : std::nullopt);
+        before_.emplace(key, before ? std::optional<std::string>{*before} : std::nullopt);
+    }
+}
+
+/// Keeps the digest up with a change. To be called before the database changes the page that the old value stands on.
+void Write::count(std::string_view key, std::optional<std::string_view> before, std::optional<std::string_view> after)
+{
+    is_changed_ = true;
+    if (is_volatile_) {
+        return;
+    }
+    if (before) {
+        digest_.remove(key, *before);
+    }
+    if (after) {
+        digest_.add(key, *after);
     }
 }
 
@@ -78,7 +96,12 @@ void Write::put(std::string_view key, std::string_view value)
 {
     require_own(key);
     require_no_fault("put");
-    remember(key);
+    const auto before = get_record(txn_.get(), *environment_, key);
+    remember(key, before);
+    if (before == value) {
+        return;
+    }
+    count(key, before, value);
     MDB_val key_value = to_val(key);
     MDB_val new_value = to_val(value);
     const int code = mdb_put(txn_.get(), environment_->records(), &key_value, &new_value, 0);
@@ -90,12 +113,14 @@ bool Write::erase(std::string_view key)
 {
     require_own(key);
     require_no_fault("erase");
-    remember(key);
-    MDB_val key_value = to_val(key);
-    const int code = mdb_del(txn_.get(), environment_->records(), &key_value, nullptr);
-    if (code == MDB_NOTFOUND) {
+    const auto before = get_record(txn_.get(), *environment_, key);
+    remember(key, before);
+    if (!before) {
         return false;
     }
+    count(key, before, std::nullopt);
+    MDB_val key_value = to_val(key);
+    const int code = mdb_del(txn_.get(), environment_->records(), &key_value, nullptr);
     is_failed_ = is_failed_ || code != 0;
     require(code, "write", environment_->path());
     return true;
@@ -139,8 +164,15 @@ void Write::commit()
     }
     require_no_fault("commit");
     const Changes changed = changes();
+    if (is_changed_ && !is_volatile_) {
+        environment_->set_digest(txn_.get(), digest_);
+    }
+    const std::uint64_t commit = mdb_txn_id(txn_.get());
     const int code = mdb_txn_commit(txn_.release());
     require(code == EIO && is_disk_full(environment_->path()) ? ENOSPC : code, "commit to", environment_->path());
+    if (!is_volatile_ && environment_->last_commit() == commit) { // a commit that changed nothing has not become one
+        core_->make_safe(commit);
+    }
     if (!changed.empty()) {
         core_->subscribers().tell(changed);
     }

@@ -169,15 +169,15 @@ TEST_F(Refusal, VersionIsAnother)
     MDB_dbi meta = 0;
     ASSERT_EQ(mdb_dbi_open(txn, "meta", 0, &meta), 0);
     std::string name = "version";
-    std::string two = "2";
+    std::string three = "3";
     MDB_val key{name.size(), name.data()};
-    MDB_val value{two.size(), two.data()};
+    MDB_val value{three.size(), three.data()};
     ASSERT_EQ(mdb_put(txn, meta, &key, &value, 0), 0);
     ASSERT_EQ(mdb_txn_commit(txn), 0);
     mdb_env_close(env);
     const StoreError error = refusal(folder_.path());
     EXPECT_EQ(error.kind(), Kind::version);
-    EXPECT_THAT(error.what(), AllOf(HasSubstr("\"2\""), HasSubstr("use the release that wrote it")));
+    EXPECT_THAT(error.what(), AllOf(HasSubstr("\"3\""), HasSubstr("use the release that wrote it")));
 }
 
 TEST_F(Refusal, DatabaseVersionIsAnother)

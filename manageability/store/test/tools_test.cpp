@@ -168,6 +168,20 @@ TEST_F(Tools, CheckNamesTheDamage)
     EXPECT_EQ(error_of([&] { check(other_.path()); }).kind(), Kind::missing);
 }
 
+/// The database leaves a value its pages when a shorter one takes its place in the same transaction.
+TEST_F(Tools, CheckTakesAValueWithMorePagesThanItNeeds)
+{
+    {
+        Store store = Store::open(folder_.path());
+        Transaction txn = store.write();
+        txn.put("/config/a", std::string(12000, 'x'));
+        txn.put("/config/a", std::string(5000, 'y'));
+        txn.commit();
+    }
+    EXPECT_EQ(check(folder_.path()).problem, "");
+    EXPECT_EQ(Store::open(folder_.path()).snapshot().get("/config/a"), std::string(5000, 'y'));
+}
+
 /// Bytes are changed one at a time, anywhere in use: the check always comes to a result.
 TEST_F(Tools, CheckSurvivesAnyDamage)
 {

@@ -42,12 +42,13 @@ inline constexpr std::int32_t kTypeValue = 2;  ///< the object is a record
 
 /// How far a commit of the durable branch goes before it returns.
 enum class Sync {
-    full,    ///< What was committed survives a power cut.
+    full,    ///< What was committed survives a power cut. Readers may see it a moment before it is that safe.
     relaxed, ///< A power cut may undo the last commits, newest first, but never leaves half of one or a damaged file.
              ///< What a process that is killed has committed stays in both.
 };
 
-/// Makes operations fail, to test what becomes of failures. Asked before "put", "erase", "commit" and "sync".
+/// Makes operations fail, to test what becomes of failures. Asked before "put", "erase", "commit" and "sync"; of these,
+/// a commit that waits for the disk asks for the last two.
 struct Faults {
     /// 0 to go on, or an errno or code of the database to fail with just there. Called on the thread of the operation.
     std::function<int(const char* operation)> before;
@@ -121,7 +122,8 @@ public:
     std::size_t erase_all(std::string_view prefix);
 
     /// Applies the changes, waits until they are as safe as the store's Sync says, and calls the subscribers. Throws
-    /// StoreError when nothing was applied. The transaction is over in both cases.
+    /// StoreError when nothing was applied, or when it was taken back because the disk failed. The transaction is over
+    /// in all cases.
     void commit();
 
 private:
@@ -178,6 +180,8 @@ public:
     const std::string& folder() const;
     /// Whether open() made it.
     bool created() const;
+    /// What open() undid because a power cut had cut it short, in words; empty: nothing.
+    const std::string& undone() const;
 
     /// Takes well under a microsecond once as many snapshots as are used at the same time have been taken.
     /// Throws StoreError.

@@ -61,6 +61,7 @@ KELDA_API CheckReport check(const std::string& folder);
 struct Compacted {
     std::uint64_t bytes_before = 0;
     std::uint64_t bytes_after = 0;
+    std::string undone; ///< what a power cut had cut short and is undone, in words; empty: nothing
 };
 
 /// Rewrites the durable branch's file without its free pages. Nobody else may have the store open. Who is killed
