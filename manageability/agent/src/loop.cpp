@@ -7,6 +7,7 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <sched.h>
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
@@ -25,6 +26,14 @@ constexpr uint64_t kSignalTag = uint64_t{1} << 41;
 constexpr uint64_t kListenerTag = uint64_t{1} << 42; ///< plus the descriptor
 
 constexpr std::chrono::seconds kShutdownTime{5};
+constexpr std::chrono::microseconds kMostAwake{100};
+
+/// Whether another thread can run while this one is awake.
+bool has_processors()
+{
+    cpu_set_t allowed;
+    return ::sched_getaffinity(0, sizeof allowed, &allowed) == 0 && CPU_COUNT(&allowed) > 1;
+}
 
 } // namespace
 
@@ -103,9 +112,9 @@ void Loop::run(int signals)
 {
     thread_ = std::this_thread::get_id();
     watch(signals, kSignalTag);
-    std::array<epoll_event, 64> ready{};
+    Ready ready{};
     while (!stopping_) {
-        const int count = ::epoll_wait(epoll_.get(), ready.data(), static_cast<int>(ready.size()), timeout_ms());
+        const int count = wait(ready);
         for (int i = 0; i < count; ++i) {
             const uint64_t tag = ready[static_cast<std::size_t>(i)].data.u64;
             if (tag == kSignalTag) {
@@ -121,6 +130,30 @@ void Loop::run(int signals)
         expire();
     }
     shut_down();
+}
+
+/// Waits for what is to be done next. A client that was just answered often asks again at once, and putting a processor
+/// to sleep and waking it takes longer than that. So the loop stays awake for a moment when the last time it would have
+/// been worth it; with somebody else's work under way, that is another question than without.
+int Loop::wait(Ready& ready)
+{
+    using Clock = std::chrono::steady_clock;
+    bool& is_worth_it = is_awake_worth_it_.at(under_way_ > 0 ? 1 : 0);
+    const auto look = [&](int timeout) {
+        return ::epoll_wait(epoll_.get(), ready.data(), static_cast<int>(ready.size()), timeout);
+    };
+    const Clock::time_point begin = Clock::now();
+    if (is_worth_it && has_processors()) {
+        do {
+            if (const int count = look(0); count != 0) {
+                return count;
+            }
+            std::this_thread::yield();
+        } while (Clock::now() < begin + kMostAwake);
+    }
+    const int count = look(timeout_ms());
+    is_worth_it = Clock::now() < begin + kMostAwake;
+    return count;
 }
 
 /// What other threads have brought.
@@ -141,6 +174,7 @@ void Loop::take_messages()
     for (auto& [stream, peer] : arrivals) {
         open_session(std::move(stream), peer);
     }
+    under_way_ -= completions.size();
     for (Completion& completion : completions) {
         if (Session* const session = find(completion.session)) {
             apply(*session, completion.outcome);
@@ -292,6 +326,7 @@ void Loop::serve(Session& session, std::string_view message)
     const uint32_t id = session.info()->id;
     parts_.service.serve(lane_, session.info(), std::string{message}, true,
                          [this, id](Outcome outcome) { deliver(id, std::move(outcome)); });
+    under_way_ += session.busy ? 1 : 0;
 }
 
 /// The outcome of the request that the session waits for.

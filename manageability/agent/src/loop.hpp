@@ -3,12 +3,14 @@
 // The one thread that moves bytes: sessions, listening sockets, signals. Nothing in it waits for anything but epoll.
 #pragma once
 
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <sys/epoll.h>
 #include <thread>
 #include <unordered_map>
 #include <utility>
@@ -57,7 +59,10 @@ private:
         Outcome outcome;
     };
 
+    using Ready = std::array<epoll_event, 64>;
+
     void watch(int descriptor, uint64_t tag);
+    int wait(Ready& ready);
     void set_interest(Session& session);
     void take_messages();
     void accept_all(int listener);
@@ -89,6 +94,8 @@ private:
     std::string reply_; ///< of the request at hand; kept for its memory
     std::thread::id thread_;
     bool stopping_ = false;
+    std::size_t under_way_ = 0;               ///< requests that other threads work on
+    std::array<bool, 2> is_awake_worth_it_{}; ///< while nothing is under way, and while something is
 
     std::mutex inbox_mutex_; ///< guards what other threads bring
     bool woken_ = false;

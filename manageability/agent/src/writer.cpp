@@ -215,84 +215,89 @@ void Writer::stop()
 void Writer::submit(std::shared_ptr<const SessionInfo> session, std::string message_id, std::string operation,
                     Work work, Done done)
 {
-    bool wake = false;
     {
         const std::lock_guard lock(mutex_);
         queue_.push_back(
             {std::move(session), std::move(message_id), std::move(operation), std::move(work), std::move(done)});
         waiting_ = queue_.size();
-        wake = waiting_ >= wake_at_;
     }
-    if (wake) {
-        wake_.notify_one();
-    }
+    wake_.notify_one();
 }
 
-/// Clients whose edits were just answered will most likely send the next at once. Waiting for them, for a small part of
-/// what a commit takes, lets them share one commit with those who wait already; else the two halves take turns. The
-/// first moments are spent awake: putting a processor to sleep and waking it takes longer than a client's next edit.
-void Writer::gather(std::unique_lock<std::mutex>& lock, std::size_t answered)
+/// Waits for a job, the first moments awake: putting a processor to sleep and waking it takes longer than a client that
+/// was just answered needs for its next edit. False when there is none by then.
+bool Writer::await_job(std::unique_lock<std::mutex>& lock, Clock::time_point awake_until, Clock::time_point until)
 {
-    using Clock = std::chrono::steady_clock;
-    const std::size_t expected = std::min(queue_.size() + answered, kMostJobs);
-    const Clock::time_point begin = Clock::now();
-    const Clock::time_point end = begin + std::min<Clock::duration>(commit_time_ / kGatherShare, kMostGathering);
-    if (commit_time_.count() == 0 || stopping_) {
-        return;
+    if (queue_.empty() && !stopping_) {
+        lock.unlock();
+        while (waiting_ == 0 && Clock::now() < awake_until) {
+            std::this_thread::yield();
+        }
+        lock.lock();
     }
-    wake_at_ = kMostJobs + 1; // nobody needs to wake it
-    lock.unlock();
-    while (waiting_ < expected && Clock::now() < std::min(end, begin + kMostAwake)) {
-        std::this_thread::yield();
+    const auto ready = [this] { return stopping_ || !queue_.empty(); };
+    if (until == Clock::time_point::max()) {
+        wake_.wait(lock, ready);
+    } else {
+        wake_.wait_until(lock, until, ready);
     }
-    lock.lock();
-    if (expected > 1) {
-        wake_at_ = expected;
-        wake_.wait_until(lock, end, [this] { return stopping_ || queue_.size() >= wake_at_; });
-    }
-    wake_at_ = 1;
+    return !queue_.empty();
 }
 
 void Writer::run()
 {
     std::unique_lock lock(mutex_);
     while (!stopping_ || !queue_.empty()) {
-        if (queue_.empty()) {
-            const auto ready = [this] { return stopping_ || !queue_.empty(); };
-            if (state_.confirmed) {
-                if (!wake_.wait_until(lock, state_.confirmed->deadline, ready)) {
-                    lock.unlock();
-                    expire_confirmed();
-                    lock.lock();
-                }
-            } else {
-                wake_.wait(lock, ready);
-            }
-            continue;
-        }
-        std::vector<Job> jobs;
-        const std::size_t count = std::min(queue_.size(), kMostJobs);
-        std::move(queue_.begin(), queue_.begin() + static_cast<std::ptrdiff_t>(count), std::back_inserter(jobs));
-        queue_.erase(queue_.begin(), queue_.begin() + static_cast<std::ptrdiff_t>(count));
-        waiting_ = queue_.size();
+        const bool is_edited = commit_time_.count() != 0;
+        const auto awake_until = batch_end_ + (is_edited ? kMostAwake : std::chrono::microseconds{0});
+        const auto until = state_.confirmed
+                               ? Clock::now() + (state_.confirmed->deadline - std::chrono::system_clock::now())
+                               : Clock::time_point::max();
+        const bool has_job = await_job(lock, awake_until, until);
         lock.unlock();
-        run_batch(std::move(jobs));
+        if (has_job) {
+            run_batch({}, true);
+        } else if (state_.confirmed && state_.confirmed->deadline <= std::chrono::system_clock::now()) {
+            expire_confirmed();
+        }
         lock.lock();
-        gather(lock, count);
     }
 }
 
-void Writer::run_batch(std::vector<Job> jobs)
+/// Puts what waits into the batch. Clients whose edits were just answered will most likely send the next at once:
+/// waiting for them, for a small part of what a commit takes, lets them share one commit with those who were quicker;
+/// else the two halves take turns. False: the batch is to be committed.
+bool Writer::take_more(std::vector<Job>& jobs)
+{
+    std::unique_lock lock(mutex_);
+    if (queue_.empty() && jobs.size() < expected_) {
+        const Clock::time_point end =
+            batch_begin_ + std::min<Clock::duration>(commit_time_ / kGatherShare, kMostGathering);
+        await_job(lock, std::min(end, batch_begin_ + kMostAwake), end);
+    }
+    if (queue_.empty() || jobs.size() >= kMostJobs) {
+        return false;
+    }
+    const std::size_t count = std::min(queue_.size(), kMostJobs - jobs.size());
+    const auto end = queue_.begin() + static_cast<std::ptrdiff_t>(count);
+    std::move(queue_.begin(), end, std::back_inserter(jobs));
+    queue_.erase(queue_.begin(), end);
+    waiting_ = queue_.size();
+    return true;
+}
+
+void Writer::run_batch(std::vector<Job> jobs, bool is_open)
 {
     const WriterState before = state_;
-    commit_time_ = {};
+    batch_begin_ = Clock::now();
     std::vector<Ended> ended;
     std::vector<RpcError> failure;
     try {
         transaction_.emplace(parts_.store.write());
-        for (Job& job : jobs) {
-            run_job(job, ended);
+        while (ended.size() < jobs.size() || (is_open && take_more(jobs))) {
+            run_job(jobs[ended.size()], ended);
         }
+        commit_time_ = {};
         commit_batch();
     } catch (const kelda::StoreError& error) {
         parts_.log(1, error.what());
@@ -320,6 +325,8 @@ void Writer::run_batch(std::vector<Job> jobs)
             done(std::move(ended[i].reply), ended[i].errors);
         }
     }
+    expected_ = jobs.size();
+    batch_end_ = Clock::now();
 }
 
 void Writer::run_job(Job& job, std::vector<Ended>& ended)
@@ -354,10 +361,10 @@ void Writer::commit_batch()
         return is_at_or_below(change.key, kRulesBranch);
     });
     const Stopwatch time(parts_.counters.store);
-    const auto begin = std::chrono::steady_clock::now();
+    const Clock::time_point begin = Clock::now();
     transaction_->commit();
     transaction_.reset();
-    commit_time_ = std::chrono::steady_clock::now() - begin;
+    commit_time_ = Clock::now() - begin;
     parts_.counters.committed_edits += edits_;
     if (rules) {
         load_rules(parts_.store.snapshot());
@@ -447,7 +454,7 @@ void Writer::expire_confirmed()
                             failed = true;
                         }
                     }});
-    run_batch(std::move(jobs));
+    run_batch(std::move(jobs), false);
     if (failed && state_.confirmed) {
         state_.confirmed->deadline = std::chrono::system_clock::now() + std::chrono::seconds{5}; // tries again
     }

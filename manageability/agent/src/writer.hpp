@@ -168,8 +168,12 @@ private:
     };
 
     void run();
-    void gather(std::unique_lock<std::mutex>& lock, std::size_t answered);
-    void run_batch(std::vector<Job> jobs);
+    using Clock = std::chrono::steady_clock;
+
+    bool await_job(std::unique_lock<std::mutex>& lock, Clock::time_point awake_until, Clock::time_point until);
+    bool take_more(std::vector<Job>& jobs);
+    /// Runs the jobs, and if it `is_open` those that come meanwhile, commits once, and answers all of them.
+    void run_batch(std::vector<Job> jobs, bool is_open);
     void run_job(Job& job, std::vector<Ended>& ended);
     void commit_batch();
     void undo_device();
@@ -191,8 +195,12 @@ private:
     uint64_t edits_ = 0;
     bool touched_ = false; ///< there is something to commit
 
+    Clock::time_point batch_begin_;
+
     // The batch before it.
-    std::chrono::steady_clock::duration commit_time_{}; ///< none: there was nothing to commit
+    Clock::duration commit_time_{}; ///< none: there was nothing to commit
+    Clock::time_point batch_end_;
+    std::size_t expected_ = 0; ///< how many jobs it had: as many may come
 
     mutable std::mutex published_mutex_;
     std::shared_ptr<const ChangeMap> published_candidate_;
@@ -201,7 +209,6 @@ private:
     std::mutex mutex_;
     std::condition_variable wake_;
     std::vector<Job> queue_;
-    std::size_t wake_at_ = 1;             ///< jobs in the queue that end the writer's sleep
     std::atomic<std::size_t> waiting_{0}; ///< jobs in the queue, for a look without the mutex
     bool stopping_ = false;
     std::thread thread_;
