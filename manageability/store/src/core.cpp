@@ -145,17 +145,27 @@ void Core::make_safe(std::uint64_t commit)
         return;
     }
     is_disk_behind_ = true;
+    take_back(commit);
+    fail(code, "force a change to", path);
+}
+
+/// Who begins to read meanwhile may get half of one header and half of the other, so take_slot() looks at the epoch.
+void Core::take_back(std::uint64_t commit)
+{
     int fd = -1;
     MDB_stat pages;
-    require(mdb_env_get_fd(durable_->raw(), &fd), "sync", path);
-    require(mdb_env_stat(durable_->raw(), &pages), "sync", path);
-    take_back_commit(fd, pages.ms_psize, commit, path);
-    {
-        const std::lock_guard guard{slots_mutex_};
-        ++taken_back_;
-        stale_slots_ = slots_ - idle_slots_.size();
+    mdb_env_get_fd(durable_->raw(), &fd);
+    mdb_env_stat(durable_->raw(), &pages);
+    const std::lock_guard guard{slots_mutex_};
+    ++epoch_;
+    stale_slots_ = slots_ - idle_slots_.size();
+    try {
+        take_back_commit(fd, pages.ms_psize, commit, durable_->path());
+    } catch (const StoreError&) {
+        ++epoch_;
+        throw;
     }
-    fail(code, "force a change to", path);
+    ++epoch_;
 }
 
 bool Core::has_stale_slots()
@@ -164,10 +174,10 @@ bool Core::has_stale_slots()
     return stale_slots_ > 0;
 }
 
-std::uint64_t Core::generation(std::uint64_t commit, std::uint64_t taken_back)
+std::uint64_t Core::generation(std::uint64_t commit, std::uint64_t epoch)
 {
     constexpr int kBitsForCommits = 48;
-    return commit + (taken_back << kBitsForCommits);
+    return commit + (epoch << kBitsForCommits);
 }
 
 int Core::fault(const char* operation) const
@@ -177,7 +187,18 @@ int Core::fault(const char* operation) const
 
 std::unique_ptr<ReadSlot> Core::take_slot()
 {
-    std::unique_ptr<ReadSlot> slot = idle_or_new_slot();
+    for (;;) {
+        std::unique_ptr<ReadSlot> slot = idle_or_new_slot();
+        begin_to_read(slot);
+        if (slot->epoch == epoch_) {
+            return slot;
+        }
+        give_back(std::move(slot)); // what it has begun to read is being taken back
+    }
+}
+
+void Core::begin_to_read(std::unique_ptr<ReadSlot>& slot)
+{
     const auto read = [](TxnPtr& txn, const Environment& branch) {
         if (txn == nullptr) {
             txn = branch.begin(MDB_RDONLY);
@@ -191,11 +212,10 @@ std::unique_ptr<ReadSlot> Core::take_slot()
             read(slot->of_volatile, *volatile_);
         }
     } catch (const StoreError&) {
-        give_back(std::move(slot));
+        give_back(std::move(slot)); // not lost to later readers
         throw;
     }
-    slot->generation = generation(mdb_txn_id(slot->durable.get()), slot->taken_back);
-    return slot;
+    slot->generation = generation(mdb_txn_id(slot->durable.get()), slot->epoch);
 }
 
 /// Counted as in use from now on: what a commit that is being taken back shows to others, it may show to this one.
@@ -211,7 +231,7 @@ std::unique_ptr<ReadSlot> Core::idle_or_new_slot()
         slot = std::move(idle_slots_.back());
         idle_slots_.pop_back();
     }
-    slot->taken_back = taken_back_;
+    slot->epoch = epoch_;
     return slot;
 }
 
@@ -223,7 +243,7 @@ void Core::give_back(std::unique_ptr<ReadSlot> slot) noexcept
         }
     }
     const std::lock_guard guard{slots_mutex_};
-    if (slot->taken_back != taken_back_) {
+    if (slot->epoch != epoch_) {
         --stale_slots_;
     }
     idle_slots_.push_back(std::move(slot));

@@ -22,7 +22,7 @@ namespace kelda::detail {
 struct ReadSlot {
     TxnPtr durable;
     TxnPtr of_volatile;           ///< null when the store has no volatile branch
-    std::uint64_t taken_back = 0; ///< commits, before it began to read
+    std::uint64_t epoch = 0;      ///< of the core, when it began to read
     std::uint64_t generation = 0; ///< of the durable branch
 };
 
@@ -54,10 +54,10 @@ public:
     /// Waits until a commit of the durable branch is as safe as the options say. When the disk fails, takes it back, so
     /// that nobody reads it any longer, and throws StoreError.
     void make_safe(std::uint64_t commit);
-    /// A number for what is seen by who begins to read `commit` after that many have been taken back: the number of a
-    /// commit stays taken.
-    static std::uint64_t generation(std::uint64_t commit, std::uint64_t taken_back);
-    std::uint64_t taken_back() const { return taken_back_; }
+    /// A number for what is seen by who begins to read `commit` in an epoch: the number of a commit that was taken back
+    /// stays taken.
+    static std::uint64_t generation(std::uint64_t commit, std::uint64_t epoch);
+    std::uint64_t epoch() const { return epoch_; }
 
 private:
     void make_data_file() const;
@@ -65,14 +65,16 @@ private:
     void open_durable();
     void open_volatile();
     std::unique_ptr<ReadSlot> idle_or_new_slot();
+    void begin_to_read(std::unique_ptr<ReadSlot>& slot);
     bool has_stale_slots();
+    void take_back(std::uint64_t commit);
 
     Options options_;
     Folder folder_;
     bool is_created_ = false;
     std::string undone_;
-    bool is_disk_behind_ = false; ///< it does not have a commit's taking back yet
-    std::atomic<std::uint64_t> taken_back_{0};
+    bool is_disk_behind_ = false;         ///< it does not have a commit's taking back yet
+    std::atomic<std::uint64_t> epoch_{0}; ///< grows by two with each commit that is taken back; odd: one is just being
     std::optional<Environment> durable_;
     std::optional<Environment> volatile_;
     std::mutex durable_writer_;

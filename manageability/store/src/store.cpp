@@ -58,7 +58,7 @@ Transaction Store::write_volatile()
 
 std::uint64_t Store::generation() const
 {
-    return Core::generation(core_->durable().last_commit(), core_->taken_back());
+    return Core::generation(core_->durable().last_commit(), core_->epoch());
 }
 
 Subscription Store::subscribe(std::string prefix, Subscribed subscriber)

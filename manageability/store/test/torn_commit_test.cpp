@@ -5,9 +5,12 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <filesystem>
+#include <mutex>
 #include <optional>
+#include <thread>
 #include <vector>
 
 #include "kelda/tools.hpp"
@@ -328,6 +331,69 @@ TEST(FailedSync, WaitsForThoseWhoReadTheCommit)
     reader.reset();
     fill(store, {{"/config/a", "x"}});
     EXPECT_EQ(store.snapshot().get("/config/a"), "x");
+}
+
+/// Many read while commits come and are taken back: each sees a whole commit, and the same in all of a generation.
+TEST(FailedSync, ShowsReadersWholeCommitsOnly)
+{
+    const TemporaryFolder folder;
+    kelda::Faults faults;
+    std::atomic<bool> fails{false};
+    faults.before = [&](const char* operation) { return fails && std::string_view{operation} == "sync" ? EIO : 0; };
+    Store store = Store::open(folder.path(), {.faults = &faults});
+    const auto write_round = [&](int round) {
+        Transaction txn = store.write();
+        for (int i = 0; i < 40; ++i) {
+            txn.put("/config/" + std::to_string(i),
+                    std::to_string(round) + std::string(static_cast<std::size_t>(round * 37 % 200), ' '));
+        }
+        txn.commit();
+    };
+    write_round(0);
+    std::mutex mutex;
+    std::map<std::uint64_t, std::string> seen; // by generation
+    std::atomic<bool> is_over{false};
+    const auto read_on = [&] {
+        while (!is_over) {
+            const Snapshot snapshot = store.snapshot();
+            const Content content = content_of(snapshot);
+            ASSERT_EQ(content.size(), 40U);
+            for (const auto& [key, value] : content) {
+                ASSERT_EQ(value, content.begin()->second);
+            }
+            const std::lock_guard guard{mutex};
+            ASSERT_EQ(seen.try_emplace(snapshot.generation(), content.begin()->second).first->second,
+                      content.begin()->second);
+        }
+    };
+    std::vector<std::thread> readers;
+    for (int i = 0; i < 3; ++i) {
+        readers.emplace_back(read_on);
+    }
+    const auto generations_seen = [&] {
+        const std::lock_guard guard{mutex};
+        return seen.size();
+    };
+    constexpr int kMostRounds = 20000; // far more than any machine needs
+    int kept = 0;
+    int done = 0;
+    for (int round = 1; round <= 300 || (generations_seen() < 50 && round < kMostRounds); ++round) {
+        fails = round % 3 == 0;
+        try {
+            write_round(round);
+            kept = round;
+            ++done;
+            EXPECT_FALSE(fails);
+        } catch (const StoreError&) { // the disk, or somebody who still reads what is gone
+        }
+        ASSERT_EQ(std::stoi(std::string{store.snapshot().get("/config/0").value()}), kept);
+    }
+    is_over = true;
+    for (std::thread& reader : readers) {
+        reader.join();
+    }
+    EXPECT_GE(done, 10); // others are refused while somebody reads what is gone
+    EXPECT_GE(seen.size(), 50U);
 }
 
 /// Power cuts after the disk had failed: the store is as of the last commit that anybody was told of.
