@@ -7,7 +7,9 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdio>
+#include <cstdlib>
+#include <string_view>
+#include <utility>
 
 #include "failure.hpp"
 #include "format.hpp"
@@ -49,17 +51,20 @@ void Core::make_data_file() const
 /// Before the database maps it. What a power cut may have torn is looked at whole, and mended by who may write.
 void Core::look_over(const std::string& file)
 {
-    const bool may_write = !options_.read_only;
-    if (!may_write && !folder_.keep_writers_out()) {
-        require_sound_file(file, PagesToLookAt::header); // its writer has looked at the rest
-        return;
-    }
-    if (folder_.may_have_lost_power(DataFile{file}.header().commit)) {
-        may_write ? static_cast<void>(undone_ = undo_torn_commit(file)) : require_no_torn_commit(file);
-    }
-    require_sound_file(file, may_write ? PagesToLookAt::first : PagesToLookAt::header);
-    if (!may_write) {
+    const auto may_be_torn = [&] { return folder_.may_have_lost_power(DataFile{file}.header().commit); };
+    if (!options_.read_only) {
+        undone_ = may_be_torn() ? undo_torn_commit(file) : "";
+        require_sound_file(file, PagesToLookAt::first);
+    } else if (folder_.keep_writers_out()) {
+        if (may_be_torn()) {
+            require_no_torn_commit(file);
+        }
+        require_sound_file(file, PagesToLookAt::first);
         folder_.let_writers_in();
+    } else {
+        is_beside_writer_ = true;
+        folder_.wait_for_writer();
+        require_sound_file(file, PagesToLookAt::header); // pages change; its writer has looked at them
     }
 }
 
@@ -86,6 +91,20 @@ void Core::open_durable()
     mdb_reader_check(durable_->raw(), &dead_readers);
 }
 
+/// What a writer has left behind when it ended, however it did; a power cut may have left anything.
+bool Core::is_readable_volatile(const std::string& file)
+{
+    try {
+        require_sound_file(file, PagesToLookAt::all, Commit::last, false);
+        return true;
+    } catch (const StoreError& error) {
+        if (error.kind() == StoreError::Kind::damaged) {
+            return false;
+        }
+        throw;
+    }
+}
+
 /// A writer begins with an empty branch. Never synced, what a power cut has left of it need not be readable at all.
 void Core::open_volatile()
 {
@@ -94,8 +113,7 @@ void Core::open_volatile()
         ::unlink(file.c_str());
         ::unlink(folder_.file(kVolatileLockFile).c_str());
         volatile_.emplace(file, Environment::Use::make, MDB_NOSYNC, options_.map_bytes);
-    } else if (folder_.has(kVolatileFile)) {
-        require_sound_file(file, PagesToLookAt::header);
+    } else if (folder_.has(kVolatileFile) && (is_beside_writer_ || is_readable_volatile(file))) {
         volatile_.emplace(file, Environment::Use::read, 0U, 0);
     }
 }
@@ -114,13 +132,16 @@ Core::~Core()
     }
 }
 
-/// After a commit was taken back, the next one has to wait until the disk has that, too, and until nobody reads the one
-/// taken back any longer, whose pages it writes over.
+/// After the disk has failed, the next commit has to wait until the one that failed is taken back, also on disk, and
+/// until nobody reads it any longer: its pages are written over.
 TxnPtr Core::begin_durable_changes()
 {
     if (is_disk_behind_) {
         const std::string& path = durable_->path();
-        if (has_stale_slots()) {
+        if (!is_taken_back_) {
+            take_back(failed_commit_);
+        }
+        if (has_stale_slots() || is_read_elsewhere(failed_commit_)) {
             throw StoreError{StoreError::Kind::io,
                              fmt::format("{} takes no changes until all have ended who began to read before the disk "
                                          "failed to keep one: try again",
@@ -133,11 +154,41 @@ TxnPtr Core::begin_durable_changes()
     return durable_->begin(0);
 }
 
+/// The first commit after an opening, or after one that failed, waits for its pages before its header is written. It
+/// may have the number of one that was begun before and got no header: pages of that one, on disk already, would make a
+/// header that arrives without its own pages look whole.
+int Core::commit_durable(TxnPtr txn)
+{
+    const std::uint64_t commit = mdb_txn_id(txn.get());
+    const bool is_full = options_.sync == Sync::full;
+    const bool was_first = std::exchange(is_first_commit_, true); // again, unless all goes well
+    const bool is_ordered = is_full && was_first;
+    if (const int code = is_ordered ? fault("sync") : 0; code != 0) {
+        return code;
+    }
+    if (is_ordered) {
+        mdb_env_set_flags(durable_->raw(), MDB_NOSYNC, 0);
+    }
+    const int code = mdb_txn_commit(txn.release());
+    if (is_ordered) {
+        mdb_env_set_flags(durable_->raw(), MDB_NOSYNC, 1);
+    }
+    if (code != 0) {
+        return code;
+    }
+    const bool has_changed = durable_->last_commit() == commit;
+    if (has_changed) {
+        durable_->lengthen();
+    }
+    if (has_changed && is_full && !is_ordered) {
+        make_safe(commit);
+    }
+    is_first_commit_ = was_first && !has_changed;
+    return 0;
+}
+
 void Core::make_safe(std::uint64_t commit)
 {
-    if (options_.sync == Sync::relaxed) {
-        return;
-    }
     const std::string& path = durable_->path();
     int code = fault("sync");
     code = code != 0 ? code : mdb_env_sync(durable_->raw(), 1);
@@ -145,7 +196,17 @@ void Core::make_safe(std::uint64_t commit)
         return;
     }
     is_disk_behind_ = true;
-    take_back(commit);
+    is_taken_back_ = false;
+    failed_commit_ = commit;
+    try {
+        take_back(commit);
+    } catch (const StoreError& error) {
+        throw StoreError{
+            StoreError::Kind::io,
+            fmt::format("cannot force a change to {}: {}; nor can it be taken back yet, so that it is still "
+                        "read: {}",
+                        path, mdb_strerror(code), error.what())};
+    }
     fail(code, "force a change to", path);
 }
 
@@ -166,6 +227,27 @@ void Core::take_back(std::uint64_t commit)
         throw;
     }
     ++epoch_;
+    is_taken_back_ = true;
+}
+
+/// Whether another process reads a commit.
+bool Core::is_read_elsewhere(std::uint64_t commit) const
+{
+    struct Search {
+        std::string commit;
+        bool is_found;
+    };
+    Search search{fmt::format(" {}\n", commit), false};
+    const auto look = [](const char* line, void* context) { // number of process, thread, number of commit
+        Search& found = *static_cast<Search*>(context);
+        const bool is_other = std::strtol(line, nullptr, 10) != ::getpid();
+        found.is_found = found.is_found || (is_other && std::string_view{line}.ends_with(found.commit));
+        return 0;
+    };
+    int dead_readers = 0;
+    mdb_reader_check(durable_->raw(), &dead_readers);
+    mdb_reader_list(durable_->raw(), look, &search);
+    return search.is_found;
 }
 
 bool Core::has_stale_slots()

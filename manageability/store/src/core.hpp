@@ -49,11 +49,12 @@ public:
     std::mutex& volatile_writer() { return volatile_writer_; }
     Subscribers& subscribers() { return subscribers_; }
 
-    /// Begins changes of the durable branch. To be called, as make_safe(), by who holds the writer's mutex.
+    /// Begins changes of the durable branch. To be called, as commit_durable(), by who holds the writer's mutex.
     TxnPtr begin_durable_changes();
-    /// Waits until a commit of the durable branch is as safe as the options say. When the disk fails, takes it back, so
-    /// that nobody reads it any longer, and throws StoreError.
-    void make_safe(std::uint64_t commit);
+    /// Commits them and waits until they are as safe as the options say. Returns the database's code when nothing was
+    /// committed. When the disk fails afterwards, takes the commit back, so that nobody reads it any longer, and throws
+    /// StoreError.
+    int commit_durable(TxnPtr txn);
     /// A number for what is seen by who begins to read `commit` in an epoch: the number of a commit that was taken back
     /// stays taken.
     static std::uint64_t generation(std::uint64_t commit, std::uint64_t epoch);
@@ -66,14 +67,21 @@ private:
     void open_volatile();
     std::unique_ptr<ReadSlot> idle_or_new_slot();
     void begin_to_read(std::unique_ptr<ReadSlot>& slot);
+    void make_safe(std::uint64_t commit);
     bool has_stale_slots();
+    bool is_read_elsewhere(std::uint64_t commit) const;
+    static bool is_readable_volatile(const std::string& file);
     void take_back(std::uint64_t commit);
 
     Options options_;
     Folder folder_;
     bool is_created_ = false;
     std::string undone_;
-    bool is_disk_behind_ = false;         ///< it does not have a commit's taking back yet
+    bool is_first_commit_ = true; ///< since the opening, or since one that failed
+    bool is_disk_behind_ = false; ///< it does not have the taking back of `failed_commit_` yet
+    bool is_taken_back_ = false;
+    std::uint64_t failed_commit_ = 0;
+    bool is_beside_writer_ = false;       ///< of another process
     std::atomic<std::uint64_t> epoch_{0}; ///< grows by two with each commit that is taken back; odd: one is just being
     std::optional<Environment> durable_;
     std::optional<Environment> volatile_;

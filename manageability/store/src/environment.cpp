@@ -5,6 +5,7 @@
 
 #include <fmt/format.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <utility>
@@ -61,12 +62,12 @@ Environment::Environment(std::string path, Use use, unsigned flags, std::size_t 
     }
     flags |= MDB_NOTLS | MDB_NOSUBDIR | (use == Use::read ? MDB_RDONLY : 0U);
     require(mdb_env_open(env, path_.c_str(), flags, kFileMode), use == Use::make ? "make" : "open", path_);
-    require_whole();
     open_databases(use);
 }
 
-/// A file that was cut would end the process with a signal as soon as a page beyond its end is read.
-void Environment::require_whole() const
+/// Pages that a commit has taken and given up again are counted, but not written. The file gets them as a hole, so that
+/// few files are shorter than they say.
+void Environment::lengthen() const noexcept
 {
     MDB_envinfo info;
     MDB_stat pages;
@@ -75,9 +76,9 @@ void Environment::require_whole() const
     struct stat file {};
     int fd = -1;
     mdb_env_get_fd(env_.get(), &fd);
-    if (fstat(fd, &file) == 0 && (info.me_last_pgno + 1) * pages.ms_psize > static_cast<std::size_t>(file.st_size)) {
-        fail_damaged(path_, fmt::format("{} bytes are missing at its end", (info.me_last_pgno + 1) * pages.ms_psize -
-                                                                               static_cast<std::size_t>(file.st_size)));
+    const auto bytes = static_cast<off_t>((info.me_last_pgno + 1) * pages.ms_psize);
+    if (fstat(fd, &file) == 0 && file.st_size < bytes) {
+        static_cast<void>(::ftruncate(fd, bytes) == 0); // else each look goes over all of it
     }
 }
 

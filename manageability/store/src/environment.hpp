@@ -42,6 +42,8 @@ public:
     std::uint64_t last_commit() const;
 
     TxnPtr begin(unsigned flags) const;
+    /// Gives the file the length that it says it has, if it can. To be called after each commit.
+    void lengthen() const noexcept;
 
     /// Of the records. Throws StoreError when there is none.
     Digest digest(MDB_txn* txn) const;
@@ -53,7 +55,6 @@ private:
         void operator()(MDB_env* env) const noexcept { mdb_env_close(env); }
     };
     void open_databases(Use use);
-    void require_whole() const;
 
     std::string path_;
     std::unique_ptr<MDB_env, Close> env_;

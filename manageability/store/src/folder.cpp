@@ -2,7 +2,8 @@
 //
 // Locks: everybody shares the folder itself, and who replaces the data file has it alone; who writes locks the file
 // "lock". The system drops all of them when a process ends, however it ends. What stands in "lock" is a note of who
-// writes: number of the process and the boot's id, a line each; or, after an orderly end, "closed" and the last commit.
+// writes: number of the process, id of the boot and of the mount, a line each; or, after an orderly end, "closed" and
+// the last commit.
 #include "folder.hpp"
 
 #include <fcntl.h>
@@ -12,11 +13,13 @@
 
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <map>
 #include <mutex>
+#include <thread>
 
 #include "failure.hpp"
 #include "format.hpp"
@@ -55,13 +58,27 @@ std::string text_of_file(int fd)
     return {text.data(), length > 0 ? static_cast<std::size_t>(length) : 0};
 }
 
-/// Whom a note names, for a message.
-std::string writer_named_in(const std::string& note)
+/// The process that a note names, if there is one of that number; else 0.
+pid_t process_named_in(const std::string& note)
 {
-    const long pid = std::strtol(note.c_str(), nullptr, 10);
-    const bool is_alive = pid > 0 && (::kill(static_cast<pid_t>(pid), 0) == 0 || errno == EPERM);
-    return is_alive ? fmt::format("process {}", pid)
-                    : "another process"; // one that only checks the store leaves no note
+    const auto pid = static_cast<pid_t>(std::strtol(note.c_str(), nullptr, 10));
+    return pid > 0 && (::kill(pid, 0) == 0 || errno == EPERM) ? pid : 0;
+}
+
+/// Calls until it gives true, for as long as somebody may take to look a store over. False: it never did.
+template <typename Attempt>
+bool try_for_a_while(Attempt attempt)
+{
+    constexpr std::chrono::seconds kWhile{5};
+    constexpr std::chrono::milliseconds kPause{10};
+    const auto end = std::chrono::steady_clock::now() + kWhile;
+    while (!attempt()) {
+        if (std::chrono::steady_clock::now() > end) {
+            return false;
+        }
+        std::this_thread::sleep_for(kPause);
+    }
+    return true;
 }
 
 /// Differs after each start of the system. Empty when the system does not tell.
@@ -151,20 +168,24 @@ void Folder::become_writer()
     const std::string name = file(kWriterFile);
     writer_fd_ = FileDescriptor{::open(name.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644)};
     require(writer_fd_ ? 0 : errno, "open for writing", name);
-    if (::flock(writer_fd_.get(), LOCK_EX | LOCK_NB) != 0) {
-        if (errno != EWOULDBLOCK) {
-            fail(errno, "lock", name);
-        }
+    // Who only looks at the store is done soon; who writes is named at once.
+    try_for_a_while([&] {
+        is_writer_ = ::flock(writer_fd_.get(), LOCK_EX | LOCK_NB) == 0;
+        require(is_writer_ || errno == EWOULDBLOCK ? 0 : errno, "lock", name);
+        read_note();
+        return is_writer_ || process_named_in(note_) > 0;
+    });
+    if (!is_writer_) {
+        const pid_t other = process_named_in(note_);
         throw StoreError{Kind::in_use, fmt::format("{} is in use by {}: stop it first, or choose another folder", path_,
-                                                   writer_named_in(text_of_file(writer_fd_.get())))};
+                                                   other > 0 ? fmt::format("process {}", other) : "another process")};
     }
-    read_note(); // what stood there when the lock was had
 }
 
 void Folder::note_writing() const
 {
     const std::string name = file(kWriterFile);
-    const bool is_noted = replace_text(writer_fd_.get(), fmt::format("{}\n{}\n", ::getpid(), boot_id()));
+    const bool is_noted = replace_text(writer_fd_.get(), fmt::format("{}\n{}", ::getpid(), place()));
     require(is_noted ? 0 : errno, "write", name);
     require(::fsync(writer_fd_.get()) == 0 ? 0 : errno, "sync", name);
 }
@@ -175,11 +196,31 @@ void Folder::read_note()
     note_ = file ? text_of_file(file.get()) : "";
 }
 
+/// What a note says of boot and mount.
+std::string Folder::place() const
+{
+    struct statx status {};
+    const bool has_mount = ::statx(folder_fd_.get(), "", AT_EMPTY_PATH, STATX_MNT_ID, &status) == 0;
+    return fmt::format("{}\n{}\n", boot_id(), has_mount ? status.stx_mnt_id : 0);
+}
+
 bool Folder::may_have_lost_power(std::uint64_t commit) const
 {
+    const bool is_from_here = !boot_id().empty() && note_.ends_with("\n" + place());
+    return !is_from_here && note_ != closed_note(commit);
+}
+
+/// When the store has been looked over, the note is of this boot. The mount's id may be another one here than there.
+void Folder::wait_for_writer()
+{
     const std::string boot = boot_id();
-    const bool is_of_this_boot = !boot.empty() && note_.find("\n" + boot + "\n") != std::string::npos;
-    return !is_of_this_boot && note_ != closed_note(commit);
+    const bool is_ready = try_for_a_while([&] {
+        read_note();
+        return boot.empty() || note_.find("\n" + boot + "\n") != std::string::npos;
+    });
+    if (!is_ready) {
+        throw StoreError{Kind::in_use, fmt::format("{} is being looked over: try again in a moment", path_)};
+    }
 }
 
 void Folder::note_closed(std::uint64_t commit) const

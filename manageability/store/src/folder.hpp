@@ -39,9 +39,11 @@ public:
     /// writes already.
     bool keep_writers_out();
     void let_writers_in() { writer_fd_ = FileDescriptor{}; }
-    /// Whether the system may have gone down while somebody wrote: who wrote last did not close the store after
-    /// `commit` and is not of this boot.
+    /// Whether the system may have lost what was not on disk yet: who wrote last did not close the store after
+    /// `commit`, and since then the system was started or the file system mounted.
     bool may_have_lost_power(std::uint64_t commit) const;
+    /// Waits until who writes has looked the store over. Throws StoreError when that takes too long.
+    void wait_for_writer();
     /// Notes, on disk, who writes. To be called when the store is known to be whole and before the first commit, which
     /// a power cut could tear.
     void note_writing() const;
@@ -68,11 +70,13 @@ private:
     void share_or_take(Access access) const;
     void become_writer();
     void read_note();
+    std::string place() const;
 
     std::string path_;
     FileDescriptor folder_fd_;
     OnceInProcess once_;
     FileDescriptor writer_fd_;
+    bool is_writer_ = false;
     std::string note_; ///< of who wrote last
 };
 

@@ -143,15 +143,11 @@ DataFile::DataFile(const std::string& path, Commit commit)
     }
 }
 
-void DataFile::require_full_length() const
+std::uint64_t DataFile::pages() const
 {
-    struct stat status {}; // after the header: a writer beside us lengthens the file before it says so
+    struct stat status {};
     require(fstat(fd_.get(), &status) == 0 ? 0 : errno, "open", path_);
-    const std::uint64_t pages = static_cast<std::uint64_t>(status.st_size) / page_bytes_;
-    if (header_.last_page >= pages) {
-        damaged(
-            fmt::format("{} of {} pages are missing at its end", header_.last_page + 1 - pages, header_.last_page + 1));
-    }
+    return static_cast<std::uint64_t>(status.st_size) / page_bytes_;
 }
 
 void DataFile::damaged(std::string_view what) const
@@ -181,6 +177,9 @@ std::vector<std::byte> DataFile::read(std::uint64_t offset, std::size_t length) 
 {
     std::vector<std::byte> bytes(length);
     const ssize_t got = ::pread(fd_.get(), bytes.data(), length, static_cast<off_t>(offset));
+    if (got < 0 && errno == EIO) { // as a power cut leaves what it interrupts on some disks
+        damaged(fmt::format("the disk cannot read its byte {}", offset));
+    }
     require(got < 0 ? errno : 0, "read", path_);
     if (static_cast<std::size_t>(got) != length) {
         damaged("it ends too early");

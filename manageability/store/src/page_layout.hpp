@@ -92,8 +92,11 @@ public:
     /// The page that the header stands on.
     PageNumber header_page() const { return header_page_; }
     std::size_t page_bytes() const { return page_bytes_; }
-    /// Throws StoreError when the file is shorter than it says.
-    void require_full_length() const;
+    /// How many pages the file has. Fewer than its header counts when the last ones were taken and given up by one
+    /// commit: the database does not write such pages, nor read them.
+    std::uint64_t pages() const;
+    /// What it is to have.
+    std::uint64_t full_bytes() const { return (header_.last_page + 1) * page_bytes_; }
     [[noreturn]] void damaged(std::string_view what) const;
 
     Page page(PageNumber number) const;

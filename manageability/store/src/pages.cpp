@@ -49,7 +49,8 @@ bool is_before(Kind kind, std::string_view one, std::string_view other)
 
 class TreeWalk {
 public:
-    explicit TreeWalk(const DataFile& file) : file_{file}, is_used_(file.header().last_page + 1)
+    TreeWalk(const DataFile& file, bool has_digest)
+        : file_{file}, has_digest_{has_digest}, pages_of_file_{file.pages()}, is_used_(file.header().last_page + 1)
     {
         add_tree("free pages", Kind::free_pages, file.header().trees[0]);
         add_tree("tables", Kind::tables, file.header().trees[1]);
@@ -83,7 +84,7 @@ public:
             }
             is_taken[page] = true;
         }
-        if (is_of_this_version() && digest_promised_ != digest_found_.record(file_.header().commit)) {
+        if (has_digest_ && is_of_this_version() && digest_promised_ != digest_found_.record(file_.header().commit)) {
             file_.damaged("the records do not add up to the digest of the last commit");
         }
     }
@@ -108,6 +109,9 @@ private:
     {
         if (page < kHeaderPages || page >= is_used_.size() || count > is_used_.size() - page) {
             file_.damaged(fmt::format("it refers to page {}, which it does not have", page));
+        }
+        if (page + count > pages_of_file_) {
+            file_.damaged(fmt::format("page {} is missing at its end", page + count - 1));
         }
         for (PageNumber each = page; each < page + count; ++each) {
             if (is_used_[each]) {
@@ -221,6 +225,8 @@ private:
     }
 
     const DataFile& file_;
+    bool has_digest_;
+    std::uint64_t pages_of_file_;
     std::vector<bool> is_used_;
     std::deque<Task> tasks_;
     std::vector<TreeState> trees_;
@@ -233,15 +239,15 @@ private:
 
 } // namespace
 
-LookedAt require_sound_file(const std::string& path, PagesToLookAt which, Commit commit)
+LookedAt require_sound_file(const std::string& path, PagesToLookAt which, Commit commit, bool has_digest)
 {
     const DataFile file{path, commit};
-    file.require_full_length();
     if (which == PagesToLookAt::header) {
         return {};
     }
-    TreeWalk walk{file};
-    const bool is_complete = walk.run(which == PagesToLookAt::all ? kNoPage : kFirstPages);
+    TreeWalk walk{file, has_digest};
+    const bool is_short = file.pages() <= file.header().last_page; // cut, unless nothing of the rest is in use
+    const bool is_complete = walk.run(which == PagesToLookAt::all || is_short ? kNoPage : kFirstPages);
     if (is_complete) {
         walk.require_complete();
     }

@@ -13,7 +13,7 @@ namespace kelda::detail {
 
 enum class PagesToLookAt {
     header, ///< the two pages that say what the file is: all that can be trusted beside a writer
-    first,  ///< the trees as well, from their roots down, up to 4096 pages
+    first,  ///< the trees as well, from their roots down, up to 4096 pages (all of them in a file that may be cut)
     all,    ///< every page in use
 };
 
@@ -24,6 +24,7 @@ struct LookedAt {
 
 /// Throws StoreError: missing, damaged, version, or what the system says. For another version of the format than this
 /// one, of which only who opens the file complains, there is no digest to look for.
-LookedAt require_sound_file(const std::string& file, PagesToLookAt which, Commit commit = Commit::last);
+LookedAt require_sound_file(const std::string& file, PagesToLookAt which, Commit commit = Commit::last,
+                            bool has_digest = true);
 
 } // namespace kelda::detail

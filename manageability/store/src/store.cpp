@@ -5,6 +5,7 @@
 
 #include <sys/stat.h>
 
+#include <mutex>
 #include <stdexcept>
 
 #include "core.hpp"
@@ -71,6 +72,7 @@ Subscription Store::subscribe(std::string prefix, Subscribed subscriber)
 void Store::sync()
 {
     const std::string& path = core_->durable().path();
+    const std::lock_guard turn{core_->durable_writer()}; // a failure is told once, and a commit must not miss its own
     detail::require(core_->fault("sync"), "sync", path);
     detail::require(mdb_env_sync(core_->durable().raw(), 1), "sync", path);
 }
@@ -83,14 +85,15 @@ Stat Store::stat() const
         return records;
     };
     const detail::Environment& durable = core_->durable();
-    const auto slot = core_->take_slot();
+    const Snapshot snapshot = this->snapshot();
+    const detail::ReadSlot& slot = *snapshot.slot_;
     Stat stat;
-    const MDB_stat records = count(slot->durable.get(), durable);
+    const MDB_stat records = count(slot.durable.get(), durable);
     stat.records = records.ms_entries;
     const std::uint64_t pages = records.ms_branch_pages + records.ms_leaf_pages + records.ms_overflow_pages;
     stat.bytes_used = pages * records.ms_psize;
-    if (slot->of_volatile != nullptr) {
-        stat.volatile_records = count(slot->of_volatile.get(), *core_->of_volatile()).ms_entries;
+    if (slot.of_volatile != nullptr) {
+        stat.volatile_records = count(slot.of_volatile.get(), *core_->of_volatile()).ms_entries;
     }
     MDB_envinfo info;
     mdb_env_info(durable.raw(), &info);

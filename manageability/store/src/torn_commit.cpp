@@ -80,9 +80,10 @@ std::string undo_torn_commit(const std::string& file)
     require(fd ? 0 : errno, "open for writing", file);
     copy_header(fd.get(), torn->page_bytes, torn->header_before, file);
     require(::fdatasync(fd.get()) == 0 ? 0 : errno, "sync", file);
-    return fmt::format("{}: commit {} was cut short on its way to disk and is undone; nobody had been told that it was "
-                       "done. The store is as of commit {}, the one before",
-                       file, torn->commit, torn->before);
+    return fmt::format(
+        "{}: the last commit, {}, was cut short on its way to disk, as by a power failure, and is undone. "
+        "The store is as of commit {}, the one before",
+        file, torn->commit, torn->before);
 }
 
 void require_no_torn_commit(const std::string& file)
@@ -90,7 +91,7 @@ void require_no_torn_commit(const std::string& file)
     if (const auto torn = find_torn_commit(file)) {
         throw StoreError{
             StoreError::Kind::damaged,
-            fmt::format("{}: commit {} was cut short on its way to disk: start the agent, or run zpf store "
+            fmt::format("{}: the last commit, {}, was cut short on its way to disk: start the agent, or run zpf store "
                         "compact; either goes back to commit {}, the one before, which is whole",
                         file, torn->commit, torn->before)};
     }

@@ -167,12 +167,8 @@ void Write::commit()
     if (is_changed_ && !is_volatile_) {
         environment_->set_digest(txn_.get(), digest_);
     }
-    const std::uint64_t commit = mdb_txn_id(txn_.get());
-    const int code = mdb_txn_commit(txn_.release());
+    const int code = is_volatile_ ? mdb_txn_commit(txn_.release()) : core_->commit_durable(std::move(txn_));
     require(code == EIO && is_disk_full(environment_->path()) ? ENOSPC : code, "commit to", environment_->path());
-    if (!is_volatile_ && environment_->last_commit() == commit) { // a commit that changed nothing has not become one
-        core_->make_safe(commit);
-    }
     if (!changed.empty()) {
         core_->subscribers().tell(changed);
     }

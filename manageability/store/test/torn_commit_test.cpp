@@ -4,7 +4,11 @@
 // the commit wrote: each such file opens with the content before the commit or after it, and goes on from there.
 #include <gmock/gmock.h>
 
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <cerrno>
 #include <filesystem>
@@ -207,7 +211,7 @@ protected:
 
 TEST_F(TornStore, SaysWhatWasUndoneOnce)
 {
-    EXPECT_THAT(Store::open(store_).undone(), AllOf(HasSubstr(store_ + "/data.mdb: commit 32 was cut short"),
+    EXPECT_THAT(Store::open(store_).undone(), AllOf(HasSubstr(store_ + "/data.mdb: the last commit, 32, was cut short"),
                                                     HasSubstr("The store is as of commit 31")));
     EXPECT_EQ(Store::open(store_).undone(), "");
 }
@@ -262,7 +266,7 @@ TEST(ClosedStore, SaysSoInItsNote)
 {
     const TemporaryFolder folder;
     Store store = Store::open(folder.path());
-    EXPECT_THAT(read_file(folder.file("lock")), ::testing::MatchesRegex("[0-9]+\n[0-9a-f-]+\n"));
+    EXPECT_THAT(read_file(folder.file("lock")), ::testing::MatchesRegex("[0-9]+\n[0-9a-f-]+\n[0-9]+\n"));
     fill(store, {{"/config/a", "1"}});
     const auto commit = store.generation();
     store = Store::open(folder.path() + "/other");
@@ -331,6 +335,140 @@ TEST(FailedSync, WaitsForThoseWhoReadTheCommit)
     reader.reset();
     fill(store, {{"/config/a", "x"}});
     EXPECT_EQ(store.snapshot().get("/config/a"), "x");
+}
+
+/// Another process reads the commit: its pages have to stay as well.
+TEST(FailedSync, WaitsForThoseWhoReadTheCommitElsewhere)
+{
+    const TemporaryFolder folder;
+    kelda::Faults faults;
+    Store store = Store::open(folder.path(), {.faults = &faults});
+    fill(store, {{"/config/a", "old"}});
+    std::array<int, 2> ready{};
+    std::array<int, 2> done{};
+    ASSERT_EQ(pipe(ready.data()), 0);
+    ASSERT_EQ(pipe(done.data()), 0);
+    pid_t reader = -1;
+    faults.before = [&](const char* operation) {
+        if (std::string_view{operation} != "sync" || reader >= 0) {
+            return 0;
+        }
+        reader = fork();
+        if (reader == 0) {
+            const Store other = Store::open(folder.path(), {.read_only = true});
+            const Snapshot snapshot = other.snapshot();
+            char byte = 'r';
+            const bool is_told = ::write(ready[1], &byte, 1) == 1;
+            ::close(done[1]);
+            _exit(is_told && ::read(done[0], &byte, 1) == 0 && snapshot.get("/config/a") == "new" ? 0 : 1);
+        }
+        char byte = 0;
+        EXPECT_EQ(::read(ready[0], &byte, 1), 1);
+        return EIO;
+    };
+    EXPECT_EQ(error_of([&] { fill(store, {{"/config/a", "new"}}); }).kind(), Kind::io);
+    EXPECT_THAT(error_of([&] { fill(store, {{"/config/a", "x"}}); }).what(), HasSubstr("try again"));
+    ::close(done[1]);
+    int status = -1;
+    EXPECT_EQ(waitpid(reader, &status, 0), reader);
+    EXPECT_EQ(status, 0);
+    fill(store, {{"/config/a", "newer"}});
+    EXPECT_EQ(store.snapshot().get("/config/a"), "newer");
+    for (const int fd : {ready[0], ready[1], done[0]}) {
+        ::close(fd);
+    }
+}
+
+/// The first commit may have the number of one that was cut short before. So its pages are on disk before its header,
+/// and nobody sees it before; later ones are seen while they are waited for.
+TEST(FirstCommit, IsNotSeenBeforeItsPagesAreOnDisk)
+{
+    const TemporaryFolder folder;
+    kelda::Faults faults;
+    std::vector<std::string> seen;
+    for (int life = 0; life < 2; ++life) {
+        Store store = Store::open(folder.path(), {.faults = &faults});
+        faults.before = [&](const char* operation) {
+            if (std::string_view{operation} == "sync") {
+                seen.emplace_back(store.snapshot().get("/config/a").value_or("nothing"));
+            }
+            return 0;
+        };
+        for (const char* const value : {"1", "2", "3"}) {
+            fill(store, {{"/config/a", std::to_string(life) + value}});
+        }
+        faults.before = nullptr;
+    }
+    EXPECT_THAT(seen, ::testing::ElementsAre("nothing", "02", "03", "03", "12", "13"));
+}
+
+TEST(FirstCommit, FailsWithoutATrace)
+{
+    const TemporaryFolder folder;
+    kelda::Faults faults;
+    Store store = Store::open(folder.path(), {.faults = &faults});
+    const auto generation = store.generation();
+    faults.before = [](const char* operation) { return std::string_view{operation} == "sync" ? EIO : 0; };
+    EXPECT_EQ(error_of([&] { fill(store, {{"/config/a", "1"}}); }).kind(), Kind::io);
+    faults.before = nullptr;
+    EXPECT_EQ(store.generation(), generation);
+    fill(store, {{"/config/a", "2"}});
+    EXPECT_EQ(store.snapshot().get("/config/a"), "2");
+}
+
+/// Counting what is in a store must not look like reading it for ever.
+TEST(FailedSync, IsNotHeldUpByCounting)
+{
+    const TemporaryFolder folder;
+    kelda::Faults faults;
+    Store store = Store::open(folder.path(), {.faults = &faults});
+    fill(store, {{"/config/a", "1"}});
+    EXPECT_EQ(store.stat().records, 1U);
+    faults.before = [](const char* operation) { return std::string_view{operation} == "sync" ? EIO : 0; };
+    EXPECT_EQ(error_of([&] { fill(store, {{"/config/a", "2"}}); }).kind(), Kind::io);
+    faults.before = nullptr;
+    fill(store, {{"/config/a", "3"}});
+    EXPECT_EQ(store.snapshot().get("/config/a"), "3");
+}
+
+/// Pages that one commit takes and gives up again are counted and never written: a file that ends before them is whole.
+TEST(ShortFile, IsWholeWhenNothingOfTheRestIsInUse)
+{
+    int short_files = 0;
+    for (const int records : {50, 100, 200, 400, 800}) {
+        const TemporaryFolder folder;
+        Content content;
+        {
+            Store store = Store::open(folder.path());
+            for (int i = 0; i < records; ++i) {
+                content["/config/i=" + std::to_string(i) + "/d"] = std::string(100, 'v');
+            }
+            fill(store, content);
+            Transaction txn = store.write();
+            for (int i = 0; i < records; ++i) { // all but each tenth
+                const std::string key = "/config/i=" + std::to_string(i) + "/d";
+                EXPECT_TRUE(i % 10 == 0 || (txn.erase(key) && content.erase(key) == 1));
+            }
+            txn.commit();
+        }
+        const std::string file = folder.file("data.mdb");
+        std::string bytes = read_file(file);
+        while (bytes.size() > 3 * kPage && bytes.ends_with(std::string(kPage, '\0'))) {
+            bytes.resize(bytes.size() - kPage); // as the database leaves it
+            ++short_files;
+        }
+        write_file(file, bytes);
+        for (const char* const note : {kNoteOfAnotherBoot, "closed 4\n"}) {
+            write_file(folder.file("lock"), note);
+            ASSERT_EQ(check(folder.path()).problem, "") << records;
+            ASSERT_EQ(content_of(Store::open(folder.path(), {.read_only = true}).snapshot()), content) << records;
+        }
+        Store store = Store::open(folder.path());
+        ASSERT_EQ(store.undone(), "");
+        ASSERT_EQ(content_of(store.snapshot()), content) << records;
+        fill(store, {{"/config/later", "1"}});
+    }
+    EXPECT_GT(short_files, 0);
 }
 
 /// Many read while commits come and are taken back: each sees a whole commit, and the same in all of a generation.
