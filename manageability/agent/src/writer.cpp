@@ -15,6 +15,7 @@ namespace zpf::agent {
 namespace {
 
 constexpr std::string_view kRulesBranch = "/config/ietf-netconf-acm:nacm";
+constexpr const char* kSessionEnd = "session end";
 constexpr std::size_t kMostJobs = 512; ///< in one batch: none waits long for those before it
 constexpr int kGatherShare = 4;        ///< one part in so many of a commit's time
 constexpr std::chrono::milliseconds kMostGathering{5};
@@ -60,6 +61,24 @@ std::optional<bridge::DataPtr> client_view(Mapper& mapper, const kelda::Reader& 
     } catch (const std::exception&) {
         return std::nullopt;
     }
+}
+
+/// Locks of a session, and what was begun under them.
+void give_back(WriterState& state, uint32_t session)
+{
+    if (state.running_lock.session == session) {
+        state.running_lock = {};
+    }
+    if (state.candidate_lock.session == session) {
+        state.candidate_lock = {};
+        state.drop_candidate(); // nobody else could finish it
+    }
+}
+
+/// Whether a commit waits to be confirmed by this session and no other.
+bool is_unconfirmed_of(const WriterState& state, uint32_t session)
+{
+    return state.confirmed && state.confirmed->persist.empty() && state.confirmed->session == session;
 }
 
 RpcError store_error(const kelda::StoreError& error)
@@ -191,7 +210,7 @@ Writer::Writer(WriterParts parts)
 {
     restore_at_start();
     give_all_to_device();
-    load_rules(parts_.store.snapshot());
+    parts_.rules.set(rules_in(parts_.store.snapshot()));
     thread_ = std::thread([this] { run(); });
 }
 
@@ -248,20 +267,29 @@ void Writer::run()
 {
     std::unique_lock lock(mutex_);
     while (!stopping_ || !queue_.empty()) {
+        if (is_overdue()) { // first: there may always be jobs
+            lock.unlock();
+            expire_confirmed();
+            lock.lock();
+            continue;
+        }
         const bool is_edited = commit_time_.count() != 0;
         const auto awake_until = batch_end_ + (is_edited ? kMostAwake : std::chrono::microseconds{0});
         const auto until = state_.confirmed
                                ? Clock::now() + (state_.confirmed->deadline - std::chrono::system_clock::now())
                                : Clock::time_point::max();
-        const bool has_job = await_job(lock, awake_until, until);
-        lock.unlock();
-        if (has_job) {
+        if (await_job(lock, awake_until, until)) {
+            lock.unlock();
             run_batch({}, true);
-        } else if (state_.confirmed && state_.confirmed->deadline <= std::chrono::system_clock::now()) {
-            expire_confirmed();
+            lock.lock();
         }
-        lock.lock();
     }
+}
+
+/// Whether the time to confirm a commit is over.
+bool Writer::is_overdue() const
+{
+    return state_.confirmed && state_.confirmed->deadline <= std::chrono::system_clock::now();
 }
 
 /// Puts what waits into the batch. Clients whose edits were just answered will most likely send the next at once:
@@ -275,7 +303,7 @@ bool Writer::take_more(std::vector<Job>& jobs)
             batch_begin_ + std::min<Clock::duration>(commit_time_ / kGatherShare, kMostGathering);
         await_job(lock, std::min(end, batch_begin_ + kMostAwake), end);
     }
-    if (queue_.empty() || jobs.size() >= kMostJobs) {
+    if (queue_.empty() || jobs.size() >= kMostJobs || is_overdue()) {
         return false;
     }
     const std::size_t count = std::min(queue_.size(), kMostJobs - jobs.size());
@@ -293,6 +321,9 @@ void Writer::run_batch(std::vector<Job> jobs, bool is_open)
     std::vector<Ended> ended;
     std::vector<RpcError> failure;
     try {
+        if (is_open) {
+            take_more(jobs); // before anything can fail: whoever waits is answered
+        }
         transaction_.emplace(parts_.store.write());
         while (ended.size() < jobs.size() || (is_open && take_more(jobs))) {
             run_job(jobs[ended.size()], ended);
@@ -303,7 +334,7 @@ void Writer::run_batch(std::vector<Job> jobs, bool is_open)
         parts_.log(1, error.what());
         failure.push_back(store_error(error));
         undo_device();
-        state_ = before;
+        restore(before, jobs);
     }
     transaction_.reset();
     taken_.clear();
@@ -327,6 +358,21 @@ void Writer::run_batch(std::vector<Job> jobs, bool is_open)
     }
     expected_ = jobs.size();
     batch_end_ = Clock::now();
+}
+
+/// What a batch that failed has done to locks and the candidate is undone, but for what sessions held that have ended:
+/// nobody would give that back any more.
+void Writer::restore(const WriterState& before, const std::vector<Job>& jobs)
+{
+    state_ = before;
+    for (const Job& job : jobs) {
+        if (job.operation == kSessionEnd) {
+            give_back(state_, job.session->id);
+            if (is_unconfirmed_of(state_, job.session->id)) {
+                state_.confirmed->deadline = std::chrono::system_clock::now();
+            }
+        }
+    }
 }
 
 void Writer::run_job(Job& job, std::vector<Ended>& ended)
@@ -357,17 +403,18 @@ void Writer::commit_batch()
         transaction_.reset(); // nothing but questions, locks and changes of the candidate
         return;
     }
-    const bool rules = std::any_of(taken_.begin(), taken_.end(), [](const kelda::Change& change) {
+    const bool has_rules = std::any_of(taken_.begin(), taken_.end(), [](const kelda::Change& change) {
         return is_at_or_below(change.key, kRulesBranch);
     });
+    auto rules = has_rules ? rules_in(*transaction_) : nullptr; // before the commit: after it, nothing may fail
     const Stopwatch time(parts_.counters.store);
     const Clock::time_point begin = Clock::now();
     transaction_->commit();
     transaction_.reset();
     commit_time_ = Clock::now() - begin;
     parts_.counters.committed_edits += edits_;
-    if (rules) {
-        load_rules(parts_.store.snapshot());
+    if (rules != nullptr) {
+        parts_.rules.set(std::move(rules));
     }
 }
 
@@ -411,18 +458,10 @@ WriterState Writer::state() const
 void Writer::session_ended(const std::shared_ptr<const SessionInfo>& session)
 {
     submit(
-        session, "", "session end",
+        session, "", kSessionEnd,
         [](WriterTurn& turn) {
-            const uint32_t id = turn.session().id;
-            WriterState& state = turn.state();
-            if (state.running_lock.session == id) {
-                state.running_lock = {};
-            }
-            if (state.candidate_lock.session == id) {
-                state.candidate_lock = {};
-                state.drop_candidate(); // nobody else could finish what was begun under the lock
-            }
-            if (state.confirmed && state.confirmed->persist.empty() && state.confirmed->session == id) {
+            give_back(turn.state(), turn.session().id);
+            if (is_unconfirmed_of(turn.state(), turn.session().id)) {
                 turn.roll_back();
                 turn.announce(confirmed_commit(turn.mapper().yang(), &turn.session(), "cancel", 0));
             }
@@ -499,7 +538,7 @@ void Writer::give_all_to_device()
     }
 }
 
-void Writer::load_rules(const kelda::Reader& config)
+std::shared_ptr<const Nacm> Writer::rules_in(const kelda::Reader& config) const
 {
     TreeBuilder builder(parts_.mapping.yang());
     builder.load(config, kRulesBranch);
@@ -508,7 +547,7 @@ void Writer::load_rules(const kelda::Reader& config)
     for (const std::string& problem : rules->problems()) {
         parts_.log(1, "access rule ignored: " + problem);
     }
-    parts_.rules.set(std::move(rules));
+    return rules;
 }
 
 } // namespace zpf::agent

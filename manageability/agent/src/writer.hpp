@@ -176,12 +176,14 @@ private:
     void run_batch(std::vector<Job> jobs, bool is_open);
     void run_job(Job& job, std::vector<Ended>& ended);
     void commit_batch();
+    void restore(const WriterState& before, const std::vector<Job>& jobs);
+    bool is_overdue() const;
     void undo_device();
     void publish();
     void expire_confirmed();
     void restore_at_start();
     void give_all_to_device();
-    void load_rules(const kelda::Reader& config);
+    std::shared_ptr<const Nacm> rules_in(const kelda::Reader& config) const;
     void write_confirmed();
 
     WriterParts parts_;

@@ -73,6 +73,33 @@ TEST_F(Failure, OfTheDiskTakesTheDeviceBack)
     agent.device.stop();
 }
 
+/// A disk that takes nothing for a while: each edit is answered, and what sessions held does not outlive them.
+TEST_F(Failure, OfTheDiskAgainAndAgainIsToldAgainAndAgain)
+{
+    const auto other = session_of("other", true);
+    ASSERT_EQ(agent.edit(attenuator("0/0-VOA-BST2", "3.0")), kOk);
+    agent.faults.before = [](const char* operation) { return std::string{operation} == "sync" ? EIO : 0; };
+    for (int time = 0; time < 3; ++time) {
+        EXPECT_THAT(agent.edit(attenuator("0/0-VOA-BST2", "4.0")), HasSubstr("Nothing was changed"));
+        EXPECT_EQ(agent.configured_db("0/0-VOA-BST2"), "3.0");
+    }
+    agent.faults.before = nullptr;
+    ASSERT_EQ(agent.ask(other, "<lock><target><running/></target></lock>"), kOk);
+    ASSERT_EQ(agent.ask(other, "<unlock><target><running/></target></unlock>"), kOk);
+    ASSERT_EQ(agent.edit(attenuator("0/0-VOA-BST2", "4.0")), kOk);
+    ASSERT_EQ(agent.edit(attenuator("0/0-VOA-BST2", "5.0")),
+              kOk); // the one before is ordered and leaves nothing behind
+    ASSERT_EQ(agent.ask(other, "<lock><target><running/></target></lock>"), kOk);
+    agent.faults.before = [](const char* operation) { return std::string{operation} == "sync" ? EIO : 0; };
+    EXPECT_THAT(agent.ask(other, "<edit-config><target><running/></target><config>" +
+                                     attenuator("0/0-VOA-BST2", "6.0") + "</config></edit-config>"),
+                HasSubstr("Nothing was changed"));
+    agent.end_session(other);
+    agent.faults.before = nullptr;
+    EXPECT_EQ(agent.edit(attenuator("0/0-VOA-BST2", "7.0")), kOk);
+    EXPECT_EQ(agent.configured_db("0/0-VOA-BST2"), "7.0");
+}
+
 TEST_F(Failure, OfTheDeviceRefusesTheEdit)
 {
     agent.device_faults.inject("Ots0/0/0/2", "refuse-value", 10, -1);
