@@ -80,6 +80,13 @@ class Defaults(AccessTest):
         self.assertEqual(self.session.get_config(native())[native_path("Ots0/0/0/2")], "95", reply.text)
         self.session.ok("<discard-changes/>")
 
+    def test_a_confirmed_commit_of_nothing_takes_nothing_back(self):
+        self.ann.ok("<commit><confirmed/></commit>")
+        self.assertTrue(self.session.edit(controller("Ots0/0/0/2", 12)).ok)
+        self.ann.ok("<close-session/>")
+        self.assertTrue(self.ann.ended())
+        self.assertEqual(self.session.get_config(native())[native_path("Ots0/0/0/2")], "12")
+
     def test_denials_are_counted(self):
         writes, operations = self.denied("denied-data-writes"), self.denied("denied-operations")
         self.ann.edit(oc(attenuator(BST2, "1")))
@@ -123,6 +130,25 @@ class Rules(AccessTest):
         self.assertFalse([p for p in leaves if BST2 in p or p.startswith("/interface-conf")])
         self.assertEqual(self.ann.get_config(oc(attenuator(BST2))), {})
         self.assertEqual(self.user("bob").get_config(oc())[oc_path(BST2)], "9.5")
+
+    def test_a_preview_does_not_show_what_may_not_be_read(self):
+        preview = f'<preview-edit xmlns="{AGENT}"><config>{oc(attenuator(BST2, "1.5"))}</config></preview-edit>'
+        self.set_rules(("permit", "*", OC_TREE))
+        self.assertIn("<before>95</before>", self.ann.ok(preview).text)
+        self.set_rules(("permit", "*", OC_TREE), ("deny", "read", NATIVE_TREE))
+        self.assertNotIn("<change", self.ann.ok(preview).text)
+        self.assertIn("<before>95</before>", self.session.ok(preview).text)
+
+    def test_paths_that_nothing_can_be_judged_by_are_refused(self):
+        entry = "/o:optical-attenuator/o:attenuators/o:attenuator"
+        for text in ("//o:attenuation", entry + "[1]", entry + "[o:config/o:attenuation>5]", "o:optical-attenuator",
+                     "/o:bogus", "/nowhere:bogus"):
+            with self.subTest(text):
+                config = rules(("deny", "read", path(text)))
+                self.assert_refused(self.session.edit(config), "invalid-value", info=[("bad-element", "path")])
+                self.assertIn(oc_path(BST2), self.ann.get_config(oc()))
+        self.set_rules(("deny", "read", path(entry + "/o:config")))
+        self.assertEqual([p for p in self.ann.get_config(oc()) if "/config/" in p], [])
 
     def test_a_filter_does_not_tell_of_what_is_hidden(self):
         self.set_rules(("deny", "read", path("/a:interface-configurations/a:interface-configuration/t:ots/"

@@ -134,6 +134,29 @@ class Options(AgentTest):
         self.assert_refused(self.edit("<colour>red</colour>", config), "unknown-element", info=[("bad-element", "colour")])
         self.assertEqual(self.voa(), "95")
 
+    def test_parameters_that_stand_twice_are_refused(self):
+        config = f"<config>{controller('Ots0/0/0/2', 7)}</config>"
+        running = "<target><running/></target>"
+        for name, inner, bad in (
+                ("edit-config", running + config + config, "config"),
+                ("edit-config", "<target><running/><candidate/></target>" + config, "candidate"),
+                ("edit-config", running + 2 * "<default-operation>merge</default-operation>" + config,
+                 "default-operation"),
+                ("copy-config", f"{running}<source>{config}{config}</source>", "config")):
+            reply = self.session.rpc(f"<{name}>{inner}</{name}>")
+            self.assert_refused(reply, "bad-element", type="protocol", info=[("bad-element", bad)])
+        self.assertEqual(self.voa(), "95")
+
+    def test_unknown_attributes_are_refused(self):
+        for attributes in ('operation="delete"', f'{NC} nc:insert="first"'):
+            bad = "operation" if attributes.startswith("o") else "insert"
+            for config in (native(f"<interface-configuration {attributes}><active>act</active><interface-name>Ots0/0/0/2"
+                                  "</interface-name></interface-configuration>"),
+                           oc(f"<attenuator {attributes}><name>{BST2}</name></attenuator>")):
+                name = "attenuator" if OC in config else "interface-configuration"
+                self.assert_refused(self.edit("", config), "unknown-attribute",
+                                    info=[("bad-attribute", bad), ("bad-element", name)])
+
     def test_test_only_judges_and_changes_nothing(self):
         only = "<test-option>test-only</test-option>"
         self.assertTrue(self.edit(only, controller("Ots0/0/0/2", 7)).ok)

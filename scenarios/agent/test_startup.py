@@ -120,7 +120,8 @@ class Store(StartTest):
         self.addCleanup(folder.cleanup)
         base = '<data xmlns="urn:ietf:params:xml:ns:netconf:base:1.0">{}</data>'
         for name, text in (("no-xml.xml", "nothing"), ("range.xml", base.format(controller("Ots0/0/0/0", 999))),
-                           ("unknown.xml", base.format(f'<unknown xmlns="{IFMGR}"/>')), ("bad.json", "{")):
+                           ("unknown.xml", base.format(f'<unknown xmlns="{IFMGR}"/>')), ("bad.json", "{"),
+                           ("client.xml", base.format(oc(attenuator(BST2, "1.5"))))):
             with self.subTest(name):
                 file = pathlib.Path(folder.name) / name
                 file.write_text(text)

@@ -3,6 +3,8 @@
 // From the elements of an edit to changes of records.
 #include "config_change.hpp"
 
+#include <algorithm>
+
 #include "request_tree.hpp"
 #include "rpc_error.hpp"
 #include "zpf_bridge/build.hpp"
@@ -67,6 +69,50 @@ void check_client_tree(Mapper& mapper, const kelda::Reader& before, const Change
     }
 }
 
+/// Attributes that an element of a configuration may have (RFC 6241, 7.2; RFC 7950, 7.8.6; RFC 6243, 6; RFC
+/// 8526, 3.1.1; those of XML itself).
+bool is_known(std::string_view name, std::string_view ns)
+{
+    constexpr std::pair<std::string_view, std::string_view> kKnown[] = {
+        {"operation", kBaseNamespace},
+        {"insert", "urn:ietf:params:xml:ns:yang:1"},
+        {"key", "urn:ietf:params:xml:ns:yang:1"},
+        {"value", "urn:ietf:params:xml:ns:yang:1"},
+        {"default", "urn:ietf:params:xml:ns:netconf:default:1.0"},
+        {"default", "urn:ietf:params:xml:ns:yang:ietf-netconf-with-defaults"}, // as libyang prints it
+        {"origin", "urn:ietf:params:xml:ns:yang:ietf-origin"},
+    };
+    return ns == "http://www.w3.org/XML/1998/namespace" ||
+           std::any_of(std::begin(kKnown), std::end(kKnown),
+                       [&](const auto& known) { return known.first == name && known.second == ns; });
+}
+
+std::string path_below(Element config, Element element)
+{
+    return element.node() == config.node() ? std::string{}
+                                           : path_below(config, element.parent()) + "/" + std::string{element.name()};
+}
+
+/// An operation that is not understood, say one without its namespace, must not turn into a merge.
+void check_attributes(Element config, Element parent)
+{
+    for (const Element element : parent.children()) {
+        for (const lyd_attr* attribute = element.attributes(); attribute != nullptr; attribute = attribute->next) {
+            const char* const ns = attribute->name.module_ns;
+            if (is_known(attribute->name.name, ns != nullptr ? ns : "")) {
+                continue;
+            }
+            RpcError error = refused("unknown-attribute", "An element of a configuration has no such attribute.",
+                                     path_below(config, element), std::string{element.name()})
+                                 .errors()
+                                 .front();
+            error.info.insert(error.info.begin(), {"bad-attribute", attribute->name.name});
+            throw Refused(std::move(error));
+        }
+        check_attributes(config, element);
+    }
+}
+
 class Edit {
 public:
     Edit(Mapper& mapper, const kelda::Reader& base, Operation default_operation, bool judge, const Author& author)
@@ -78,6 +124,7 @@ public:
         if (!config.text().empty()) {
             throw refused("bad-element", "There is text where only elements can stand.", "", "config");
         }
+        check_attributes(config, config);
         Element top = config.first_child();
         while (top) {
             top = is_mapped(mapper_.yang(), top) ? apply_mapped(top) : apply_kept(top);

@@ -3,6 +3,8 @@
 // Edits of kept configuration (RFC 6241, 7.2; RFC 7950, 7.8.6 for places in lists).
 #include "config_edit.hpp"
 
+#include <algorithm>
+
 #include <fmt/format.h>
 
 #include "rpc_error.hpp"
@@ -127,6 +129,30 @@ const lysc_node& child_schema(const Yang& yang, Element element, const lysc_node
     return *schema;
 }
 
+bool is_in_case(const lysc_node& node)
+{
+    return node.parent != nullptr && node.parent->nodetype == LYS_CASE;
+}
+
+/// True when the nodes stand in different cases of one choice, which cannot both be there (RFC 7950, 7.9).
+bool exclude_each_other(const lysc_node& one, const lysc_node& other)
+{
+    for (const lysc_node* a = &one; is_in_case(*a); a = a->parent->parent) {
+        for (const lysc_node* b = &other; is_in_case(*b); b = b->parent->parent) {
+            if (a->parent != b->parent && a->parent->parent == b->parent->parent) {
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
+bool takes_away(Element element)
+{
+    const auto word = element.attribute("operation", kBaseNamespace);
+    return word && (*word == "delete" || *word == "remove");
+}
+
 /// The entry that an insertion is told to go before or after: "[key='value']" with or without prefixes, or a value.
 lyd_node* find_anchor(lyd_node* first, std::string_view where)
 {
@@ -226,6 +252,9 @@ void ConfigEdit::load(Element element, const lysc_node& schema, std::string name
         if (is_key(below)) {
             continue;
         }
+        if (is_in_case(below)) {
+            return load_once(name); // its other cases go when it comes
+        }
         const std::string step = below.module == schema.module ? std::string{below.name}
                                                                : fmt::format("{}:{}", below.module->name, below.name);
         load(child, below, fmt::format("{}/{}", name, step), false);
@@ -264,6 +293,9 @@ void ConfigEdit::apply(Element element, const lysc_node& schema, lyd_node* paren
     bridge::DataPtr fresh = make(element, schema, parent);
     lyd_node* found = find(*fresh, parent);
     const bool leaf = (schema.nodetype & (LYS_LEAF | LYS_LEAFLIST)) != 0;
+    if (takes_away(element) && found == nullptr && replaced_.count({parent, &schema}) != 0) {
+        return; // it was there, and has gone already
+    }
     if (operation == Operation::remove_what_is_there && found == nullptr) {
         throw refused("data-missing", "There is nothing to delete here.", local_path(yang_, element),
                       std::string{element.name()});
@@ -315,12 +347,22 @@ void ConfigEdit::apply_inner(Element element, lyd_node& node, Operation operatio
         throw refused("bad-element", "There is text where only elements can stand.", local_path(yang_, element),
                       std::string{element.name()});
     }
+    std::vector<const lysc_node*> chosen; // nodes of cases
     for (const Element child : element.children()) {
         const lysc_node& schema = child_schema(yang_, child, *node.schema);
+        if (is_in_case(schema) && !takes_away(child)) {
+            if (std::any_of(chosen.begin(), chosen.end(),
+                            [&](const lysc_node* other) { return exclude_each_other(*other, schema); })) {
+                throw refused("bad-element", "Data of two cases of a choice stand side by side.", // RFC 7950, 8.3.1
+                              local_path(yang_, child), std::string{child.name()});
+            }
+            if (chosen.empty() || chosen.back() != &schema) {
+                chosen.push_back(&schema);
+            }
+        }
         if (!is_key(schema)) {
             apply(child, schema, &node, operation);
-        } else if (const auto word = child.attribute("operation", kBaseNamespace);
-                   word && (*word == "delete" || *word == "remove")) {
+        } else if (takes_away(child)) {
             throw refused("operation-not-supported", "A key is removed with its entry only.", local_path(yang_, child),
                           std::string{child.name()});
         }
@@ -423,6 +465,10 @@ lyd_node* ConfigEdit::find(const lyd_node& like, lyd_node* parent) const
 
 lyd_node* ConfigEdit::insert(bridge::DataPtr fresh, lyd_node* parent)
 {
+    const bool counts = fresh->schema->nodetype != LYS_CONTAINER || (fresh->schema->flags & LYS_PRESENCE) != 0;
+    if (counts) {
+        remove_other_cases(*fresh->schema, parent);
+    }
     lyd_node* const node = fresh.release();
     if (parent != nullptr) {
         lyd_insert_child(parent, node);
@@ -432,6 +478,25 @@ lyd_node* ConfigEdit::insert(bridge::DataPtr fresh, lyd_node* parent)
         after_.reset(first);
     }
     return node;
+}
+
+/// What is made takes the place of the other cases of its choice (RFC 7950, 7.9), and so do the containers without
+/// presence that lead to it.
+void ConfigEdit::remove_other_cases(const lysc_node& schema, lyd_node* parent)
+{
+    if (is_in_case(schema)) {
+        lyd_node* next = nullptr;
+        for (lyd_node* node = parent ? lyd_child(parent) : after_.get(); node != nullptr; node = next) {
+            next = node->next;
+            if (exclude_each_other(*node->schema, schema)) {
+                replaced_.insert({parent, node->schema});
+                remove(node);
+            }
+        }
+    }
+    if (parent != nullptr && parent->schema->nodetype == LYS_CONTAINER) {
+        remove_other_cases(*parent->schema, lyd_parent(parent));
+    }
 }
 
 void ConfigEdit::remove(lyd_node* node)

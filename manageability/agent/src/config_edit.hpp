@@ -45,6 +45,7 @@ private:
     bridge::DataPtr parse_leaf(Element element, const lysc_node& schema, lyd_node* parent) const;
     lyd_node* insert(bridge::DataPtr fresh, lyd_node* parent);
     void place(Element element, lyd_node& node) const;
+    void remove_other_cases(const lysc_node& schema, lyd_node* parent);
     void remove(lyd_node* node);
     lyd_node* find(const lyd_node& like, lyd_node* parent) const;
 
@@ -52,6 +53,7 @@ private:
     const kelda::Reader& base_;
     TreeBuilder loader_;
     std::set<std::string> loaded_;
+    std::set<std::pair<const lyd_node*, const lysc_node*>> replaced_; ///< parents, and what went for another case
     bool started_ = false;
     bridge::DataPtr before_;
     bridge::DataPtr after_;
@@ -64,7 +66,11 @@ private:
  */
 void validate(const Yang& yang, const kelda::Reader& after, const ChangeMap& changes);
 
-/// The same for everything that there is.
+/// Throws Refused (invalid-value) when the changes give an access rule a path that nothing can be judged by: such a
+/// rule would match nothing, and what it is to protect would stay open.
+void check_rule_paths(const Yang& yang, const ChangeMap& changes);
+
+/// The same as validate() for everything that there is, but for paths of access rules: older ones may stay.
 void validate_all(const Yang& yang, const kelda::Reader& config);
 
 /// Path of data with key predicates and without prefixes, as clients are told it.

@@ -65,6 +65,19 @@ void put_readings(const Node& root, kelda::Transaction& transaction)
     }
 }
 
+/// Data of a mapped tree would be records that nothing reads: the tree is made from the native data.
+void check_native(const Yang& yang, const Node& root, const std::string& file)
+{
+    for (const Node& top : children(root)) {
+        const SchemaNode* const own = yang.schema().find_top(tag_of(top));
+        const lysc_node* const schema = own ? yang.compiled(*own) : nullptr;
+        if (schema != nullptr && yang.home(*schema) == Home::mapped) {
+            throw Failure(file + ": element \"" + own->tag + "\" of module " + own->module +
+                          " cannot be seeded: seeds hold native data");
+        }
+    }
+}
+
 } // namespace
 
 bool seed(const Yang& yang, kelda::Store& store, const std::string& file)
@@ -79,6 +92,7 @@ bool seed(const Yang& yang, kelda::Store& store, const std::string& file)
         return false;
     }
     const Tree data = bridge::parse_native(yang.models(), text_of(file), file);
+    check_native(yang, data.root(), file);
     Records records;
     add_records(yang.schema(), data.root(), records);
     for (const auto& [name, value] : records) {

@@ -16,7 +16,8 @@ namespace zpf::agent {
  * Puts native data into a store that was never seeded and has no configuration: all of it or, on a failure, nothing.
  * Readings in them become what the simulated device begins with.
  * @return true when it did, false when the store had data already
- * Throws bridge::BadInput for a file that the models do not take, Failure for one that cannot be read.
+ * Throws bridge::BadInput for a file that the models do not take, Failure for one that cannot be read or that holds
+ * data of a mapped tree.
  */
 bool seed(const Yang& yang, kelda::Store& store, const std::string& file);
 

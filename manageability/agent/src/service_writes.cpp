@@ -4,6 +4,7 @@
 #include <charconv>
 
 #include "confirmed_record.hpp"
+#include "records.hpp"
 #include "rpc_error.hpp"
 #include "service_request.hpp"
 
@@ -18,8 +19,19 @@ public:
     void scan_from(std::string_view, std::string_view, kelda::Visitor) const override {}
 };
 
-/// Datastore that a parameter names; throws Refused.
-bool names_candidate(Element operation, std::string_view parameter)
+/// Refuses parameters that the operation does not have or that stand twice: none is dropped silently.
+void check_parameters_once(Element operation, std::initializer_list<std::string_view> known)
+{
+    check_parameters(operation, known);
+    for (const Element child : operation.children()) {
+        if (operation.child(child.name()).node() != child.node()) {
+            throw refused_protocol("bad-element", "The parameter stands twice.", std::string{child.name()});
+        }
+    }
+}
+
+/// What stands in a parameter that holds one element: a datastore or a configuration. Throws Refused.
+Element only_child(Element operation, std::string_view parameter)
 {
     const Element holder = operation.child(parameter);
     const Element name = holder ? holder.first_child() : Element{};
@@ -27,6 +39,24 @@ bool names_candidate(Element operation, std::string_view parameter)
         throw refused_protocol("missing-element", "The request does not say which datastore it means.",
                                std::string{parameter});
     }
+    if (name.next()) {
+        throw refused_protocol("bad-element", "The parameter \"" + std::string{parameter} + "\" holds one element.",
+                               std::string{name.next().name()});
+    }
+    return name;
+}
+
+/// The configuration of a parameter that may name a datastore in its place; none when it does.
+Element config_in(Element operation, std::string_view parameter)
+{
+    const Element only = only_child(operation, parameter);
+    return only.is("config", operation.ns()) ? only : Element{};
+}
+
+/// Datastore that a parameter names; throws Refused.
+bool names_candidate(Element operation, std::string_view parameter)
+{
+    const Element name = only_child(operation, parameter);
     if (name.name() == "candidate" || name.name() == "running") {
         return name.name() == "candidate";
     }
@@ -34,6 +64,19 @@ bool names_candidate(Element operation, std::string_view parameter)
     throw refused_protocol(url ? "operation-not-supported" : "unknown-element",
                            "There is no datastore \"" + std::string{name.name()} + "\" here.",
                            std::string{name.name()});
+}
+
+/// The configuration that an edit brings along; throws Refused.
+Element config_of(Element operation)
+{
+    if (operation.child("url")) {
+        throw refused_protocol("operation-not-supported", "Configuration is not fetched from elsewhere.", "url");
+    }
+    const Element config = operation.child("config");
+    if (!config) {
+        throw refused_protocol("missing-element", "The edit has no configuration.", "config");
+    }
+    return config;
 }
 
 Operation default_operation_of(Element operation)
@@ -82,24 +125,45 @@ void change_candidate(WriterTurn& turn, const ChangeSet& set)
                   [&](const auto& change) { return turn.running().get(change.first) == change.second; });
 }
 
+/// Those of the changes whose nodes the author may read. A right on the client's tree is none on the native ones.
+kelda::Changes readable(const Yang& yang, kelda::Changes changes, const Author& author)
+{
+    if (author.who.recovery) {
+        return changes;
+    }
+    TreeBuilder before(yang);
+    TreeBuilder after(yang);
+    for (const kelda::Change& change : changes) {
+        if (change.before) {
+            before.add(change.key, *change.before);
+        }
+        if (change.after) {
+            after.add(change.key, *change.after);
+        }
+    }
+    Records seen;
+    for (TreeBuilder* const builder : {&before, &after}) {
+        lyd_node* first = builder->take().release();
+        author.nacm.prune_unreadable(author.who, &first);
+        const bridge::DataPtr left{first};
+        add_records(left.get(), seen);
+    }
+    std::erase_if(changes, [&](const kelda::Change& change) { return seen.find(change.key) == seen.end(); });
+    return changes;
+}
+
 } // namespace
 
 void Service::edit_config(Lane&, const RequestPtr& request, Element operation, bool)
 {
-    check_parameters(operation, {"target", "default-operation", "test-option", "error-option", "config", "url"});
+    check_parameters_once(operation, {"target", "default-operation", "test-option", "error-option", "config", "url"});
     const bool candidate = names_candidate(operation, "target");
-    const Element config = operation.child("config");
-    if (!config) {
-        throw operation.child("url")
-            ? refused_protocol("operation-not-supported", "Configuration is not fetched from elsewhere.", "url")
-            : refused_protocol("missing-element", "The edit has no configuration.", "config");
-    }
-    edit(request, config, candidate, operation);
+    edit(request, config_of(operation), candidate, operation);
 }
 
 void Service::edit_data(Lane&, const RequestPtr& request, Element operation, bool)
 {
-    check_parameters(operation, {"datastore", "default-operation", "config", "url"});
+    check_parameters_once(operation, {"datastore", "default-operation", "config", "url"});
     const Element datastore = operation.child("datastore");
     std::string_view name = datastore ? datastore.text() : std::string_view{};
     name.remove_prefix(name.find(':') == std::string_view::npos ? 0 : name.find(':') + 1);
@@ -107,11 +171,7 @@ void Service::edit_data(Lane&, const RequestPtr& request, Element operation, boo
         throw refused_protocol(datastore ? "invalid-value" : "missing-element",
                                "The datastores that can be edited are running and candidate.", "datastore");
     }
-    const Element config = operation.child("config");
-    if (!config) {
-        throw refused_protocol("missing-element", "The edit has no configuration.", "config");
-    }
-    edit(request, config, name == "candidate", operation);
+    edit(request, config_of(operation), name == "candidate", operation);
 }
 
 void Service::edit(const RequestPtr& request, Element config, bool candidate, Element operation)
@@ -140,23 +200,21 @@ void Service::edit(const RequestPtr& request, Element config, bool candidate, El
 
 void Service::preview_edit(Lane&, const RequestPtr& request, Element operation, bool)
 {
-    check_parameters(operation, {"default-operation", "config"});
-    const Element config = operation.child("config");
-    if (!config) {
-        throw refused_protocol("missing-element", "The edit has no configuration.", "config");
-    }
+    check_parameters_once(operation, {"default-operation", "config"});
+    const Element config = config_of(operation);
     const Operation default_operation = default_operation_of(operation);
     write(request, [this, request, config, default_operation](WriterTurn& turn) {
-        const ChangeMap changes = change_of(turn.mapper(), turn.running(), config, default_operation, true,
-                                            request->author(parts_.nacm_counters))
-                                      .changes;
+        const Author author = request->author(parts_.nacm_counters);
+        const ChangeMap changes =
+            change_of(turn.mapper(), turn.running(), config, default_operation, true, author).changes;
         std::string reply;
         const auto add = [&](const char* name, std::string_view text) {
             reply.append("<").append(name).append(">");
             append_escaped(reply, text);
             reply.append("</").append(name).append(">");
         };
-        for (const kelda::Change& change : differences(turn.running(), changes)) {
+        for (const kelda::Change& change :
+             readable(turn.mapper().yang(), differences(turn.running(), changes), author)) {
             reply.append("<change xmlns=\"urn:zpf:yang:zpf-agent\">");
             add("path", instance_identifier(turn.mapper().yang(), change.key));
             if (change.before) {
@@ -173,10 +231,9 @@ void Service::preview_edit(Lane&, const RequestPtr& request, Element operation, 
 
 void Service::copy_config(Lane&, const RequestPtr& request, Element operation, bool)
 {
-    check_parameters(operation, {"target", "source", "with-defaults"});
+    check_parameters_once(operation, {"target", "source", "with-defaults"});
     const bool to_candidate = names_candidate(operation, "target");
-    const Element source = operation.child("source");
-    const Element config = source ? source.child("config") : Element{};
+    const Element config = config_in(operation, "source");
     const bool from_candidate = !config && names_candidate(operation, "source");
     if (!config && from_candidate == to_candidate) {
         throw refused_protocol("invalid-value", "Source and target are the same.", "source");
@@ -191,7 +248,8 @@ void Service::copy_config(Lane&, const RequestPtr& request, Element operation, b
             const Nothing nothing;
             const Who everyone{"", {}, true}; // the rules judge the difference, below
             const Author maker{everyone, author.nacm, author.counters};
-            const ChangeSet content = change_of(turn.mapper(), nothing, config, Operation::merge, !to_candidate, maker);
+            // What becomes running is judged below, where it is known what is new in it.
+            const ChangeSet content = change_of(turn.mapper(), nothing, config, Operation::merge, false, maker);
             set.changes = change_to(target, Overlay(nothing, content.changes));
             set.through_client = content.through_client;
         } else {
@@ -211,7 +269,7 @@ void Service::copy_config(Lane&, const RequestPtr& request, Element operation, b
 
 void Service::delete_config(Lane&, const RequestPtr&, Element operation, bool)
 {
-    check_parameters(operation, {"target"});
+    check_parameters_once(operation, {"target"});
     const Element target = operation.child("target");
     const Element name = target ? target.first_child() : Element{};
     throw refused_protocol(name ? "operation-not-supported" : "missing-element",
@@ -221,7 +279,7 @@ void Service::delete_config(Lane&, const RequestPtr&, Element operation, bool)
 
 void Service::lock(Lane&, const RequestPtr& request, Element operation, bool)
 {
-    check_parameters(operation, {"target"});
+    check_parameters_once(operation, {"target"});
     const bool candidate = names_candidate(operation, "target");
     write(request, [candidate](WriterTurn& turn) {
         WriterState& state = turn.state();
@@ -251,7 +309,7 @@ void Service::lock(Lane&, const RequestPtr& request, Element operation, bool)
 
 void Service::unlock(Lane&, const RequestPtr& request, Element operation, bool)
 {
-    check_parameters(operation, {"target"});
+    check_parameters_once(operation, {"target"});
     const bool candidate = names_candidate(operation, "target");
     write(request, [candidate](WriterTurn& turn) {
         Lock& lock = candidate ? turn.state().candidate_lock : turn.state().running_lock;
@@ -270,7 +328,7 @@ void Service::unlock(Lane&, const RequestPtr& request, Element operation, bool)
 
 void Service::discard_changes(Lane&, const RequestPtr& request, Element operation, bool)
 {
-    check_parameters(operation, {});
+    check_parameters_once(operation, {});
     write(request, [](WriterTurn& turn) {
         turn.check_lock(true);
         turn.state().drop_candidate();
@@ -290,7 +348,7 @@ struct CommitOptions {
 
 CommitOptions commit_options(Element operation)
 {
-    check_parameters(operation, {"confirmed", "confirm-timeout", "persist", "persist-id"});
+    check_parameters_once(operation, {"confirmed", "confirm-timeout", "persist", "persist-id"});
     CommitOptions options;
     options.confirmed = static_cast<bool>(operation.child("confirmed"));
     if (const Element timeout = operation.child("confirm-timeout")) {
@@ -346,7 +404,9 @@ void Service::commit(Lane&, const RequestPtr& request, Element operation, bool)
         }
         const std::optional<Confirmed> before = state.confirmed;
         const bool pending = before.has_value();
-        if (options.confirmed) {
+        // What changes nothing takes no right, so it must not begin to wait: its end would undo the edits of others.
+        const bool waits = options.confirmed && (pending || !differences(turn.running(), state.candidate).empty());
+        if (waits) {
             if (!state.confirmed) {
                 state.confirmed.emplace();
             }
@@ -362,10 +422,10 @@ void Service::commit(Lane&, const RequestPtr& request, Element operation, bool)
         }
         if (!options.confirmed && pending) {
             turn.confirm();
-        } else if (options.confirmed) {
+        } else if (waits) {
             turn.keep_confirmed();
         }
-        if (options.confirmed || pending) {
+        if (waits || pending) {
             turn.announce(confirmed_commit(yang, &turn.session(),
                                            !options.confirmed ? "complete"
                                            : pending          ? "extend"
@@ -378,7 +438,7 @@ void Service::commit(Lane&, const RequestPtr& request, Element operation, bool)
 
 void Service::cancel_commit(Lane&, const RequestPtr& request, Element operation, bool)
 {
-    check_parameters(operation, {"persist-id"});
+    check_parameters_once(operation, {"persist-id"});
     const Element id = operation.child("persist-id");
     write(request, [id](WriterTurn& turn) {
         if (!turn.state().confirmed) {
@@ -386,7 +446,10 @@ void Service::cancel_commit(Lane&, const RequestPtr& request, Element operation,
                                         "persist-id")
                      : refused_protocol("operation-failed", "No commit is waiting to be confirmed.");
         }
-        check_confirmed(turn, turn.state().confirmed, id ? std::string{id.text()} : "", static_cast<bool>(id));
+        // Whoever runs the agent can end any, also one whose persist-id nobody remembers.
+        if (id || !turn.session().who.recovery) {
+            check_confirmed(turn, turn.state().confirmed, id ? std::string{id.text()} : "", static_cast<bool>(id));
+        }
         turn.roll_back();
         turn.announce(confirmed_commit(turn.mapper().yang(), &turn.session(), "cancel", 0));
         return std::string{};
@@ -395,9 +458,8 @@ void Service::cancel_commit(Lane&, const RequestPtr& request, Element operation,
 
 void Service::validate_config(Lane&, const RequestPtr& request, Element operation, bool)
 {
-    check_parameters(operation, {"source"});
-    const Element source = operation.child("source");
-    const Element config = source ? source.child("config") : Element{};
+    check_parameters_once(operation, {"source"});
+    const Element config = config_in(operation, "source");
     const bool candidate = !config && names_candidate(operation, "source");
     write(request, [this, request, config, candidate](WriterTurn& turn) {
         const Yang& yang = turn.mapper().yang();
@@ -408,6 +470,7 @@ void Service::validate_config(Lane&, const RequestPtr& request, Element operatio
                       {everyone, *request->nacm, parts_.nacm_counters});
         } else if (candidate) {
             validate_all(yang, turn.candidate());
+            check_rule_paths(yang, turn.state().candidate);
         } else {
             validate_all(yang, turn.running());
         }

@@ -4,6 +4,7 @@
 #include <set>
 
 #include "config_edit.hpp"
+#include "event.hpp"
 #include "rpc_error.hpp"
 
 namespace zpf::agent {
@@ -65,8 +66,23 @@ void validate_at(const Yang& yang, const kelda::Reader& config, const lysc_node&
 
 } // namespace
 
+void check_rule_paths(const Yang& yang, const ChangeMap& changes)
+{
+    const std::string lists = std::string{kConfigBranch} + "ietf-netconf-acm:nacm/rule-list=";
+    for (auto change = changes.lower_bound(lists); change != changes.end() && change->first.starts_with(lists);
+         ++change) {
+        const auto& [name, value] = *change;
+        const bool is_path = name.ends_with("/path"); // keys are encoded: no name of a rule ends like this
+        if (const auto wrong = is_path && value ? complain_about_rule_path(yang.ctx(), *value) : std::nullopt) {
+            throw refused("invalid-value", "No rule can be judged by the path " + *value + ": " + *wrong,
+                          instance_identifier(yang, name), "path");
+        }
+    }
+}
+
 void validate(const Yang& yang, const kelda::Reader& after, const ChangeMap& changes)
 {
+    check_rule_paths(yang, changes);
     std::set<std::string, std::less<>> seen;
     for (const auto& [name, value] : changes) {
         const lysc_node* const top = name.starts_with(kConfigBranch) ? top_of(yang, name) : nullptr;

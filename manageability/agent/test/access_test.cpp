@@ -81,6 +81,72 @@ TEST_F(Access, DoesNotTellOfHiddenDataByConditions)
                 Not(HasSubstr("attenuator")));
 }
 
+TEST_F(Access, LeavesOutOfAPreviewWhatMayNotBeRead)
+{
+    allow(std::string{kOcPath} +
+          "<access-operations>*</access-operations><action>permit</action></rule><rule>"
+          "<name>s</name>" +
+          kNativePath + "<access-operations>read</access-operations><action>deny</action>");
+    const std::string preview = R"(<preview-edit xmlns="urn:zpf:yang:zpf-agent"><config>)" +
+                                attenuator("0/0-VOA-BST2", "1.5") + "</config></preview-edit>";
+    EXPECT_EQ(agent.ask(ann, preview), kOk);
+    EXPECT_THAT(agent.ask(preview), HasSubstr("<before>95</before><after>15</after>"));
+    ASSERT_EQ(agent.edit(R"(<nacm xmlns="urn:ietf:params:xml:ns:yang:ietf-netconf-acm"><rule-list><name>l</name>)"
+                         R"(<rule nc:operation="delete"><name>s</name></rule></rule-list></nacm>)"),
+              kOk);
+    EXPECT_THAT(agent.ask(ann, preview), HasSubstr("<before>95</before><after>15</after>"));
+}
+
+std::string rule_with(const std::string& path)
+{
+    return R"(<nacm xmlns="urn:ietf:params:xml:ns:yang:ietf-netconf-acm"><rule-list><name>l</name><rule><name>r</name>)"
+           R"(<path xmlns:oc="http://openconfig.net/yang/optical-attenuator">)" +
+           path + "</path><action>deny</action></rule></rule-list></nacm>";
+}
+
+std::string copy_of(const std::string& config)
+{
+    return "<copy-config><target><running/></target><source><config>" + config + "</config></source></copy-config>";
+}
+
+class BadRulePath : public testing::TestWithParam<const char*> {};
+
+TEST_P(BadRulePath, IsRefusedWhereverItComesFrom)
+{
+    AgentDouble agent;
+    const std::string config = rule_with(GetParam());
+    const auto is_refused =
+        testing::AllOf(HasSubstr("<error-tag>invalid-value</error-tag>"), HasSubstr("<bad-element>path</bad-element>"));
+    EXPECT_THAT(agent.edit(config), is_refused);
+    EXPECT_THAT(agent.ask("<validate><source><config>" + config + "</config></source></validate>"), is_refused);
+    EXPECT_THAT(agent.ask(copy_of(config)), is_refused);
+    EXPECT_THAT(agent.ask(R"(<edit-data xmlns="urn:ietf:params:xml:ns:yang:ietf-netconf-nmda" xmlns:ds="urn:ietf:)"
+                          R"(params:xml:ns:yang:ietf-datastores"><datastore>ds:running</datastore><config>)" +
+                          config + "</config></edit-data>"),
+                is_refused);
+    ASSERT_EQ(agent.edit(config, "", "candidate"), kOk); // judged when it is committed
+    EXPECT_THAT(agent.ask("<validate><source><candidate/></source></validate>"), is_refused);
+    EXPECT_THAT(agent.ask("<commit/>"), is_refused);
+    EXPECT_THAT(agent.get_config(R"(<nacm xmlns="urn:ietf:params:xml:ns:yang:ietf-netconf-acm"/>)"),
+                Not(HasSubstr("<rule-list>")));
+}
+
+INSTANTIATE_TEST_SUITE_P(All, BadRulePath,
+                         testing::Values("//oc:attenuation", "oc:optical-attenuator", "/oc:bogus",
+                                         "/oc:optical-attenuator/oc:attenuators/oc:attenuator[1]",
+                                         "/oc:optical-attenuator/oc:attenuators/oc:attenuator"
+                                         "[oc:config/oc:attenuation>5]"));
+
+TEST_F(Access, TakesPathsThatLeaveOutKeysOrNameTheUser)
+{
+    for (const char* path : {"/", "/oc:optical-attenuator/oc:attenuators/oc:attenuator/oc:config",
+                             "/oc:optical-attenuator/oc:attenuators/oc:attenuator[oc:name=$USER]"}) {
+        EXPECT_EQ(agent.edit(rule_with(path)), kOk) << path;
+    }
+    EXPECT_THAT(agent.edit(rule_with("/oc:bogus")),
+                HasSubstr("/ietf-netconf-acm:nacm/rule-list[name='l']/rule[name='r']/path</error-path>"));
+}
+
 TEST_F(Access, RulesSurviveARestart)
 {
     allow(std::string{kOcPath} + "<access-operations>*</access-operations><action>permit</action>");

@@ -147,7 +147,7 @@ TEST_F(ConfirmedCommit, GoesWhenItIsCancelled)
 {
     edit_candidate("1.0");
     ASSERT_EQ(agent.ask(kConfirmed), kOk);
-    EXPECT_THAT(agent.ask(other, "<cancel-commit/>"), HasSubstr("in-use"));
+    EXPECT_THAT(agent.ask(session_of("ann"), "<cancel-commit/>"), HasSubstr("in-use"));
     ASSERT_EQ(agent.ask("<cancel-commit/>"), kOk);
     EXPECT_EQ(running(), "9.5");
     EXPECT_THAT(agent.ask("<cancel-commit/>"), HasSubstr("operation-failed"));
@@ -174,6 +174,46 @@ TEST_F(ConfirmedCommit, ThatIsExtendedIsUndoneToTheFirstState)
     ASSERT_EQ(agent.ask(kConfirmed), kOk);
     EXPECT_EQ(running(), "2.0");
     ASSERT_EQ(agent.ask("<cancel-commit/>"), kOk);
+    EXPECT_EQ(running(), "9.5");
+}
+
+TEST_F(ConfirmedCommit, OfNothingIsDoneAtOnce)
+{
+    const auto ann = session_of("ann"); // may write nothing
+    ASSERT_EQ(agent.ask(ann, kConfirmed), kOk);
+    EXPECT_THAT(agent.ask(ann, "<cancel-commit/>"), HasSubstr("No commit is waiting"));
+    ASSERT_EQ(agent.edit(attenuator("0/0-VOA-BST2", "1.0")), kOk);
+    agent.end_session(ann);
+    EXPECT_EQ(running(), "1.0");
+    ASSERT_EQ(agent.ask(session_of("ann"), "<commit><confirmed/><confirm-timeout>4294967295</confirm-timeout>"
+                                           "<persist>x</persist></commit>"),
+              kOk);
+    edit_candidate("2.0");
+    ASSERT_EQ(agent.ask(other, "<commit/>"), kOk);
+    EXPECT_EQ(running(), "2.0");
+    EXPECT_THAT(agent.events, testing::Not(testing::Contains("netconf-confirmed-commit")));
+}
+
+TEST_F(ConfirmedCommit, OfNothingExtendsOneThatWaits)
+{
+    edit_candidate("1.0");
+    ASSERT_EQ(agent.ask("<commit><confirmed/><confirm-timeout>1</confirm-timeout></commit>"), kOk);
+    ASSERT_EQ(agent.ask(kConfirmed), kOk);
+    std::this_thread::sleep_for(std::chrono::milliseconds{1500});
+    EXPECT_EQ(running(), "1.0");
+    ASSERT_EQ(agent.ask("<cancel-commit/>"), kOk);
+    EXPECT_EQ(running(), "9.5");
+}
+
+TEST_F(ConfirmedCommit, OfWhateverNameIsCancelledByWhoeverRunsTheAgent)
+{
+    edit_candidate("1.0");
+    ASSERT_EQ(agent.ask("<commit><confirmed/><persist>x</persist></commit>"), kOk);
+    EXPECT_THAT(agent.ask(session_of("ann"), "<cancel-commit/>"), HasSubstr("in-use"));
+    EXPECT_THAT(agent.ask(other, "<cancel-commit><persist-id>y</persist-id></cancel-commit>"),
+                HasSubstr("invalid-value"));
+    EXPECT_EQ(running(), "1.0");
+    ASSERT_EQ(agent.ask(other, "<cancel-commit/>"), kOk);
     EXPECT_EQ(running(), "9.5");
 }
 

@@ -172,6 +172,73 @@ TEST_F(Edit, KeepsTheOrderThatUsersGive)
     EXPECT_EQ(order(), "adbc");
 }
 
+TEST_F(Edit, ThatNamesOneCaseOfAChoiceRemovesTheOthers)
+{
+    const auto rule = [](const std::string& subject) {
+        return R"(<nacm xmlns="urn:ietf:params:xml:ns:yang:ietf-netconf-acm"><rule-list><name>l</name><rule>)"
+               "<name>r</name>" +
+               subject + "<action>deny</action></rule></rule-list></nacm>";
+    };
+    const std::string path = R"(<path xmlns:oc="http://openconfig.net/yang/optical-attenuator">/oc:optical-attenuator)"
+                             "</path>";
+    const auto rules = [&] {
+        return agent.get_config(R"(<nacm xmlns="urn:ietf:params:xml:ns:yang:ietf-netconf-acm"/>)");
+    };
+    ASSERT_EQ(agent.edit(rule("<rpc-name>commit</rpc-name>")), kOk);
+    EXPECT_THAT(rules(), HasSubstr("<rpc-name>commit</rpc-name>"));
+    ASSERT_EQ(agent.edit(rule(path)), kOk);
+    EXPECT_THAT(rules(), HasSubstr("</path>"));
+    EXPECT_THAT(rules(), Not(HasSubstr("rpc-name")));
+    ASSERT_EQ(agent.edit(rule("<rpc-name>lock</rpc-name><path nc:operation=\"delete\"/>")), kOk); // said twice over
+    EXPECT_THAT(rules(), HasSubstr("<rpc-name>lock</rpc-name>"));
+    EXPECT_THAT(rules(), Not(HasSubstr("</path>")));
+    EXPECT_THAT(agent.edit(rule("<rpc-name>lock</rpc-name>" + path)), HasSubstr("<error-tag>bad-element</error-tag>"));
+    EXPECT_THAT(agent.edit(rule("<path nc:operation=\"delete\"/>")), HasSubstr("data-missing"));
+}
+
+TEST_F(Edit, WithAParameterThatStandsTwiceIsRefused)
+{
+    const std::string target = "<target><running/></target>";
+    const std::string config = "<config>" + attenuator("0/0-VOA-BST2", "1.0") + "</config>";
+    const std::string merge = "<default-operation>merge</default-operation>";
+    const auto edit = [&](const std::string& inner) { return agent.ask("<edit-config>" + inner + "</edit-config>"); };
+    const auto copy = [&](const std::string& inner) { return agent.ask("<copy-config>" + inner + "</copy-config>"); };
+    const auto refuses = [](const std::string& name) {
+        return testing::AllOf(HasSubstr("<error-type>protocol</error-type><error-tag>bad-element</error-tag>"),
+                              HasSubstr("<bad-element>" + name + "</bad-element>"));
+    };
+    EXPECT_THAT(edit(target + config + config), refuses("config"));
+    EXPECT_THAT(edit(target + target + config), refuses("target"));
+    EXPECT_THAT(edit("<target><running/><candidate/></target>" + config), refuses("candidate"));
+    EXPECT_THAT(edit(target + merge + merge + config), refuses("default-operation"));
+    EXPECT_THAT(copy(target + "<source>" + config + config + "</source>"), refuses("config"));
+    EXPECT_THAT(copy(target + "<source><candidate/>" + config + "</source>"), refuses("config"));
+    EXPECT_THAT(edit(target + config + "<url>file:///x</url>"), HasSubstr("operation-not-supported"));
+    EXPECT_EQ(agent.configured_db("0/0-VOA-BST2"), "9.5");
+    EXPECT_EQ(edit(target + merge + config), kOk);
+}
+
+TEST_F(Edit, WithAnAttributeThatMeansNothingIsRefused)
+{
+    for (const char* attribute : {"operation=\"delete\"", "nc:insert=\"first\"", "xmlns:x=\"urn:x\" x:y=\"z\""}) {
+        const std::string name = "GigabitEthernet0/0/0/0";
+        const std::string reply =
+            agent.edit(interface(name, "<description " + std::string{attribute} + ">x</description>"));
+        EXPECT_THAT(reply, HasSubstr("<error-tag>unknown-attribute</error-tag>"));
+        EXPECT_THAT(reply, HasSubstr("<bad-element>description</bad-element>"));
+        EXPECT_THAT(reply, HasSubstr("/interface-configuration/description</error-path>"));
+        EXPECT_THAT(native(name), HasSubstr("<description>uplink</description>"));
+    }
+    EXPECT_THAT(agent.edit(R"(<optical-attenuator xmlns="http://openconfig.net/yang/optical-attenuator" operation=)"
+                           R"("remove"/>)"),
+                HasSubstr("<bad-attribute>operation</bad-attribute>"));
+    EXPECT_EQ(agent.edit(interface("GigabitEthernet0/0/0/0",
+                                   R"(<description xmlns:wd="urn:ietf:params:xml:ns:netconf:default:1.0" )"
+                                   R"(wd:default="false" nc:operation="merge">new</description>)")),
+              kOk);
+    EXPECT_THAT(native("GigabitEthernet0/0/0/0"), HasSubstr("<description>new</description>"));
+}
+
 TEST_F(Edit, IsShownBeforeItIsMade)
 {
     const std::string reply = agent.ask(R"(<preview-edit xmlns="urn:zpf:yang:zpf-agent"><config>)" +

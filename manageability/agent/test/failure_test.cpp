@@ -4,6 +4,7 @@
 #include "agent_testing.hpp"
 
 #include <cerrno>
+#include <fstream>
 
 namespace {
 
@@ -117,6 +118,23 @@ TEST_F(Failure, OfTheDeviceToAnswerRefusesTheEdit)
     EXPECT_EQ(agent.edit(attenuator("0/0-VOA-BST0", "1.0")), kOk);
     agent.device_faults.clear("Ots0/0/0/2");
     EXPECT_EQ(agent.edit(attenuator("0/0-VOA-BST2", "1.0")), kOk);
+}
+
+TEST_F(Failure, OfASeedWithoutNativeDataKeepsTheStoreEmpty)
+{
+    const std::string file = agent.folder.path() + "/client.xml";
+    std::ofstream(file) << R"(<data xmlns="urn:ietf:params:xml:ns:netconf:base:1.0">)"
+                        << attenuator("0/0-VOA-BST2", "1.0") << "</data>";
+    kelda::Store store = kelda::Store::open(agent.folder.path() + "/other");
+    const uint64_t generation = store.generation();
+    try {
+        zpf::agent::seed(yang(), store, file);
+        FAIL() << "data of the client's tree were taken";
+    } catch (const zpf::Failure& failure) {
+        EXPECT_THAT(failure.what(), HasSubstr("optical-attenuator"));
+        EXPECT_THAT(failure.what(), HasSubstr("seeds hold native data"));
+    }
+    EXPECT_EQ(store.generation(), generation);
 }
 
 TEST_F(Failure, OfACommitKeepsTheCandidate)

@@ -4,6 +4,9 @@
 #include <libyang/libyang.h>
 #include <libyang/plugins_types.h>
 
+#include <stdexcept>
+
+#include "instance_path.hpp"
 #include "zpf_nacm/nacm.hpp"
 
 namespace zpf::agent {
@@ -34,6 +37,16 @@ bool accept_rule_paths(ly_ctx& ctx)
     // The schema is const for readers; the context is ours to set up as long as nobody reads it.
     reinterpret_cast<const lysc_node_leaf*>(path)->type->plugin = &path_type;
     return true;
+}
+
+std::optional<std::string> complain_about_rule_path(const ly_ctx& ctx, std::string_view path)
+{
+    try {
+        parse_instance_path(ctx, path);
+        return std::nullopt;
+    } catch (const std::invalid_argument& wrong) {
+        return wrong.what();
+    }
 }
 
 } // namespace zpf::agent

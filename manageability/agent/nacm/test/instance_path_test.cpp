@@ -101,6 +101,13 @@ TEST(InstancePath, WhatIsWrongIsNamed)
     EXPECT_THAT(complaint("/house:house/room[1]"), HasSubstr("node 1 does not exist"));
 }
 
+TEST(InstancePath, IsComplainedAboutBeforeARuleHasIt)
+{
+    EXPECT_EQ(complain_about_rule_path(context(), "/house:house/room/lamp[column='3']"), std::nullopt);
+    EXPECT_THAT(complain_about_rule_path(context(), "/house:house/barn").value_or(""),
+                HasSubstr("barn does not exist"));
+}
+
 TEST(InstancePath, ARuleWithABadPathMatchesNothingAndIsReported)
 {
     const auto nacm = for_ann({on_path("deny", "read", "/h:house/h:barn"), on_path("deny", "read", "/h:house/h:name")});

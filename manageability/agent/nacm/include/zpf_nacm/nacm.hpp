@@ -9,6 +9,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 struct ly_ctx;
@@ -50,6 +51,10 @@ struct NacmCounters {
  * `$USER` as `USER`; Nacm takes both for the variable.
  */
 bool accept_rule_paths(ly_ctx& ctx);
+
+/// What is wrong with a rule's path as the configuration holds it (`/module:node[key='value']/...`); nothing when nodes
+/// can be judged by it. A rule with a wrong one matches nothing, so whoever takes configuration should refuse it.
+std::optional<std::string> complain_about_rule_path(const ly_ctx& ctx, std::string_view path);
 
 struct CompiledRules;
 
