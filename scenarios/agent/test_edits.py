@@ -304,7 +304,7 @@ class DataEdits(AgentTest):
         config = self.get_data("operational", subtree + "<config-filter>true</config-filter>").leaves()
         self.assertIn(oc_path(BST2), config)
         self.assertNotIn(oc_path(BST2, "state/enabled"), config)
-        flat = self.get_data("running", subtree + "<max-depth>4</max-depth>").leaves()
+        flat = self.get_data("running", subtree + "<max-depth>3</max-depth>").leaves()  # from attenuators on
         self.assertIn(oc_path(BST2, "name"), flat)
         self.assertNotIn(oc_path(BST2), flat)
 

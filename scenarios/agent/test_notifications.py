@@ -133,6 +133,17 @@ class Filters(NotificationTest):
         reply = self.session.rpc(SUBSCRIBE.format('<filter type="xpath" select="/x:y["/>'))
         self.assertTrue(reply.errors)
 
+    def test_broken_filters_are_refused_as_in_reads(self):
+        session = self.open()
+        for attributes in ('type="foo"', 'type="xpath"', 'type="xpath" select="["', 'type="xpath" select="1 + 1"'):
+            with self.subTest(attributes):
+                refused = session.rpc(SUBSCRIBE.format(f"<filter {attributes}/>"))
+                read = session.rpc(f"<get><filter {attributes}/></get>")
+                self.assertTrue(read.errors, read.text)
+                self.assert_refused(refused, read.errors[0].tag, message=read.errors[0].message,
+                                    info=read.errors[0].info)
+        session.ok(SUBSCRIBE.format(""))  # none of those counts as the session's subscription
+
     def test_a_second_subscription_of_a_session_is_refused(self):
         watcher = self.watch()
         self.assertTrue(watcher.rpc(SUBSCRIBE.format("")).errors)

@@ -78,6 +78,11 @@ class SubtreeFilters(AgentTest):
         inner = f'<interface-configurations xmlns="{IFMGR}" xmlns:x="urn:example:x" x:y="z"/>'
         self.assertEqual(self.session.get_config(inner), {})
 
+        for inner in ('<attenuators foo="bar"/>', '<attenuators><attenuator foo="bar"/></attenuators>',
+                      f'<attenuators><attenuator><name foo="bar">{BST2}</name></attenuator></attenuators>'):
+            self.assertEqual(self.session.get_config(f'<optical-attenuator xmlns="{OC}">{inner}</optical-attenuator>'),
+                             {}, inner)
+
     def test_get_config_has_no_state(self):
         self.assertFalse([path for path in self.session.get_config(oc()) if "/state/" in path])
         self.assertEqual(self.session.get_config(f'<ots-oper xmlns="{OPER}"/>'), {})
@@ -138,6 +143,18 @@ class XPathFilters(AgentTest):
                 leaves = self.leaves(f"{ENTRY}[{predicate}]")
                 self.assertEqual({re.search(r"Ots0/0/0/(\d)", path)[1] for path in leaves}, wanted)
 
+    def test_paths_go_on_after_conditions(self):
+        wanted = {native_path("Ots0/0/0/2", "active"): "act",
+                  native_path("Ots0/0/0/2", "interface-name"): "Ots0/0/0/2", native_path("Ots0/0/0/2"): "95"}
+        for predicate in ("[a:active='act' and a:interface-name='Ots0/0/0/2']",
+                          "[a:interface-name='none' or t:ots/t:ots-tx-voa-attenuation=95]",
+                          "[t:ots[t:ots-tx-voa-attenuation and 1=1]/t:ots-tx-voa-attenuation=95]"):
+            with self.subTest(predicate):
+                self.assertEqual(self.leaves(f"{ENTRY}{predicate}/t:ots/t:ots-tx-voa-attenuation"), wanted)
+        for select in (f"{ENTRY}[a:active='none'][a:active and a:description]/t:ots",
+                       "//a:nothing[a:active or a:description]/t:ots"):
+            self.assertEqual(self.leaves(select), {}, select)
+
     def test_positions_axes_and_wildcards(self):
         self.assertEqual(self.leaves("//t:ots-tx-voa-attenuation[. = 77]")[native_path("Ots0/0/0/1")], "77")
         self.assertEqual(set(self.leaves("/a:interface-configurations/*[a:description = 'uplink']/a:description")
@@ -167,6 +184,38 @@ class XPathFilters(AgentTest):
         reply = self.session.rpc('<get><filter type="xpath"/></get>')
         self.assert_refused(reply, "missing-attribute", info=[("bad-attribute", "select"), ("bad-element", "filter")])
         self.assertTrue(self.session.rpc('<get><filter type="regex"/></get>').errors)
+
+
+class Depth(AgentTest):
+    """max-depth of get-data counts from each selected node (RFC 8526, 3.1.1)."""
+
+    def read(self, filter_text, depth):
+        reply = self.session.ok('<get-data xmlns="urn:ietf:params:xml:ns:yang:ietf-netconf-nmda" '
+                                f'xmlns:ds="urn:ietf:params:xml:ns:yang:ietf-datastores" {NSMAP}>'
+                                f"<datastore>ds:running</datastore>{filter_text}<max-depth>{depth}</max-depth></get-data>")
+        return reply.text
+
+    def test_it_counts_from_what_an_expression_selects(self):
+        entry = f"/o:optical-attenuator/o:attenuators/o:attenuator[o:name='{BST2}']"
+        leaf = self.read(f"<xpath-filter>{entry}/o:config/o:attenuation</xpath-filter>", 1)
+        self.assertIn("<attenuation>9.5</attenuation>", leaf)
+        alone = self.read(f"<xpath-filter>{entry}</xpath-filter>", 1)
+        self.assertIn(f"<attenuator><name>{BST2}</name></attenuator>", alone)
+        two = self.read(f"<xpath-filter>{entry}</xpath-filter>", 2)
+        self.assertIn("<config/>", two)
+        self.assertNotIn("<attenuation>", two)
+
+    def test_it_counts_from_what_a_subtree_selects(self):
+        top = self.read(f'<subtree-filter><optical-attenuator xmlns="{OC}"/></subtree-filter>', 1)
+        self.assertRegex(top, r"<optical-attenuator [^>]*/>")
+
+
+class Parameters(AgentTest):
+    def test_one_that_stands_twice_is_refused(self):
+        mode = ('<with-defaults xmlns="urn:ietf:params:xml:ns:yang:ietf-netconf-with-defaults">report-all'
+                "</with-defaults>")
+        for inner, name in (("<filter/><filter/>", "filter"), (mode + mode, "with-defaults")):
+            self.assert_refused(self.session.rpc(f"<get>{inner}</get>"), "bad-element", info=[("bad-element", name)])
 
 
 class Defaults(AgentTest):

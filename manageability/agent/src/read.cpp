@@ -123,16 +123,17 @@ private:
 
     void cut()
     {
+        Selection selection;
         if (!plan_.xpath().empty()) {
-            keep_selected(yang_, plan_.xpath(), data_);
+            selection = keep_selected(yang_, plan_.xpath(), data_);
         } else if (plan_.filter()) {
-            keep_subtrees(yang_, plan_.filter(), data_);
+            selection = keep_subtrees(yang_, plan_.filter(), data_);
         }
         if (plan_.with_config() != plan_.with_state() && data_) {
             keep_config(plan_.with_config(), data_);
         }
         if (plan_.levels() > 0) {
-            keep_levels(plan_.levels(), data_);
+            keep_levels(plan_.levels(), selection, data_);
         }
     }
 

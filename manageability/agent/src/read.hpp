@@ -52,6 +52,14 @@ private:
     std::string body_;
 };
 
+/// The expression of a `filter` element of the type "xpath"; nothing for a subtree filter. Throws Refused for what is
+/// neither (RFC 6241, 6.1 and 8.9.5.1).
+std::optional<std::string_view> select_of(Element filter);
+
+/// The expression with module names in place of the prefixes that are declared where its element stands. Throws Refused
+/// for one that cannot be evaluated to nodes, whatever data there are.
+std::string checked_xpath(const Yang& yang, Element holder, std::string_view expression);
+
 /**
  * A read request, checked and compiled: which trees it reaches and which records of the store they need. Immutable;
  * pollers send the same request again and again, and it is compiled once.
@@ -91,7 +99,7 @@ private:
     void read_datastore(const Yang& yang, Element operation);
     void read_filter(const Yang& yang, Element operation);
     void read_subtree(const Yang& yang, Element filter);
-    void read_xpath(const Yang& yang, const lyd_node_opaq& holder, std::string_view expression);
+    void read_xpath(const Yang& yang, Element holder, std::string_view expression);
     void add_everything(const Yang& yang);
     void add_part(const Yang& yang, const lysc_node& top, std::vector<std::string> names);
     bool reaches(const Yang& yang, const lysc_node& top) const;

@@ -2,6 +2,7 @@
 //
 // Read requests compiled.
 #include <charconv>
+#include <set>
 
 #include "read.hpp"
 #include "records.hpp"
@@ -16,9 +17,10 @@ namespace {
 
 constexpr std::string_view kWithDefaults = "urn:ietf:params:xml:ns:yang:ietf-netconf-with-defaults";
 
-/// Refuses children of an operation that it does not have.
+/// Refuses children of an operation that it does not have, or has once only.
 void check_children(Element operation, std::initializer_list<std::string_view> known)
 {
+    std::set<std::string_view> seen;
     for (const Element child : operation.children()) {
         bool found = child.is("with-defaults", kWithDefaults);
         for (const std::string_view name : known) {
@@ -27,6 +29,10 @@ void check_children(Element operation, std::initializer_list<std::string_view> k
         if (!found) {
             throw refused_protocol("unknown-element", "The operation has no such parameter.",
                                    std::string{child.name()});
+        }
+        const bool may_repeat = child.name() == "origin-filter" || child.name() == "negated-origin-filter";
+        if (!seen.insert(child.name()).second && !may_repeat) {
+            throw refused_protocol("bad-element", "The parameter stands twice.", std::string{child.name()});
         }
     }
 }
@@ -112,6 +118,49 @@ void add_steps(const SchemaNode& top, const std::vector<XPathStep>& steps, Tree&
 
 } // namespace
 
+std::optional<std::string_view> select_of(Element filter)
+{
+    const auto attribute = [&](std::string_view name) {
+        const auto plain = filter.attribute(name);
+        return plain ? plain : filter.attribute(name, kBaseNamespace);
+    };
+    const std::string_view type = attribute("type").value_or("subtree");
+    if (type == "subtree") {
+        return std::nullopt;
+    }
+    if (type == "xpath") {
+        const auto select = attribute("select");
+        if (!select) {
+            RpcError error = refused_protocol("missing-attribute", "An XPath filter has its expression in \"select\".")
+                                 .errors()
+                                 .front();
+            error.info = {{"bad-attribute", "select"}, {"bad-element", "filter"}};
+            throw Refused(std::move(error));
+        }
+        return select;
+    }
+    RpcError error = refused_protocol("bad-attribute", "A filter's type is \"subtree\" or \"xpath\".").errors().front();
+    error.info = {{"bad-attribute", "type"}, {"bad-element", "filter"}};
+    throw Refused(std::move(error));
+}
+
+std::string checked_xpath(const Yang& yang, Element holder, std::string_view expression)
+{
+    if (expression.find_first_not_of(" \t\r\n") == std::string_view::npos) {
+        throw refused_protocol("invalid-value", "The XPath expression is empty.", "filter");
+    }
+    if (calls(expression, "deref")) { // libyang 2.1 reads memory that is not there when the leaf is no reference
+        throw refused_protocol("invalid-value", "The XPath function \"deref\" is not available.", "filter");
+    }
+    char* raw = nullptr;
+    lyd_print_mem(&raw, holder.node(), LYD_XML, LYD_PRINT_SHRINK);
+    const bridge::TextPtr printed{raw};
+    const std::string_view text = raw ? raw : "";
+    std::string xpath = with_module_names(yang, expression, declared_prefixes(text.substr(0, text.find('>'))));
+    check_expression(yang, xpath);
+    return xpath;
+}
+
 ReadPlan::ReadPlan(const Yang& yang, std::shared_ptr<const Message> message, Element operation)
     : message_(std::move(message)), element_(operation), data_namespace_(operation.ns())
 {
@@ -144,6 +193,9 @@ void ReadPlan::read_datastore(const Yang&, Element operation)
     if (!source) {
         throw refused_protocol("missing-element", "The request does not say which datastore it reads.",
                                nmda ? "datastore" : "source");
+    }
+    if (!nmda && source.next()) {
+        throw refused_protocol("bad-element", "One datastore is read at a time.", std::string{source.next().name()});
     }
     const std::string_view word = nmda ? local_part(source.text()) : source.name();
     if (word == "running" || (nmda && word == "intended")) {
@@ -185,8 +237,11 @@ void ReadPlan::read_filter(const Yang& yang, Element operation)
     if (nmda) {
         const Element xpath = operation.child("xpath-filter");
         const Element subtree = operation.child("subtree-filter");
+        if (xpath && subtree) {
+            throw refused_protocol("bad-element", "A read has one filter, a subtree or an expression.", "xpath-filter");
+        }
         if (xpath) {
-            read_xpath(yang, xpath.opaque(), xpath.text());
+            read_xpath(yang, xpath, xpath.text());
         } else if (subtree) {
             read_subtree(yang, subtree);
         } else {
@@ -199,28 +254,10 @@ void ReadPlan::read_filter(const Yang& yang, Element operation)
         add_everything(yang);
         return;
     }
-    const auto attribute = [&](std::string_view name) {
-        const auto plain = filter.attribute(name);
-        return plain ? plain : filter.attribute(name, kBaseNamespace);
-    };
-    const std::string_view type = attribute("type").value_or("subtree");
-    if (type == "subtree") {
-        read_subtree(yang, filter);
-    } else if (type == "xpath") {
-        const auto select = attribute("select");
-        if (!select) {
-            RpcError error = refused_protocol("missing-attribute", "An XPath filter has its expression in \"select\".")
-                                 .errors()
-                                 .front();
-            error.info = {{"bad-attribute", "select"}, {"bad-element", "filter"}};
-            throw Refused(std::move(error));
-        }
-        read_xpath(yang, filter.opaque(), *select);
+    if (const auto select = select_of(filter)) {
+        read_xpath(yang, filter, *select);
     } else {
-        RpcError error =
-            refused_protocol("bad-attribute", "A filter's type is \"subtree\" or \"xpath\".").errors().front();
-        error.info = {{"bad-attribute", "type"}, {"bad-element", "filter"}};
-        throw Refused(std::move(error));
+        read_subtree(yang, filter);
     }
 }
 
@@ -259,6 +296,9 @@ void ReadPlan::read_subtree(const Yang& yang, Element filter)
     filter_ = filter;
     filtered_ = true;
     for (const Element element : filter.children()) {
+        if (asks_for_attributes(element)) {
+            continue;
+        }
         for (const lysc_node* top : yang.tops()) {
             if (element.name() != top->name || (!element.ns().empty() && element.ns() != top->module->ns)) {
                 continue;
@@ -275,21 +315,13 @@ void ReadPlan::read_subtree(const Yang& yang, Element filter)
     }
 }
 
-void ReadPlan::read_xpath(const Yang& yang, const lyd_node_opaq& holder, std::string_view expression)
+void ReadPlan::read_xpath(const Yang& yang, Element holder, std::string_view expression)
 {
-    if (expression.find_first_not_of(" \t\r\n") == std::string_view::npos) {
-        throw refused_protocol("invalid-value", "The XPath expression is empty.", "filter");
-    }
     if (expression == "/") { // the root: all there is
         add_everything(yang);
         return;
     }
-    char* raw = nullptr;
-    lyd_print_mem(&raw, &holder.node, LYD_XML, LYD_PRINT_SHRINK);
-    const bridge::TextPtr printed{raw};
-    const std::string_view text = raw ? raw : "";
-    xpath_ = with_module_names(yang, expression, declared_prefixes(text.substr(0, text.find('>'))));
-    check_expression(yang, xpath_);
+    xpath_ = checked_xpath(yang, holder, expression);
     filtered_ = true;
     const auto paths = plain_paths(xpath_);
     for (const auto& steps : paths) {

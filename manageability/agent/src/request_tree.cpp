@@ -8,6 +8,7 @@
 #include <fmt/format.h>
 
 #include "rpc_error.hpp"
+#include "subtree_filter.hpp"
 #include "zpf_bridge/leaf_value.hpp"
 
 namespace zpf::agent {
@@ -135,8 +136,13 @@ void read_filter(Element element, Node& parent, const SchemaNode* own, Tree& req
 {
     const std::string_view text = element.text();
     const auto value = text.empty() ? std::nullopt : std::optional<std::string_view>{text};
-    Node& made =
-        own != nullptr ? request.add(parent, *own, value) : request.add(parent, element.name(), element.ns(), value);
+    // What can match nothing must stand in the request all the same: without it, the element above would select all.
+    const bool hopeless = asks_for_attributes(element);
+    if (hopeless || (own != nullptr && !element.ns().empty() && element.ns() != own->ns)) {
+        own = nullptr;
+    }
+    const std::string_view ns = hopeless ? kBaseNamespace : element.ns(); // no data are of the base namespace
+    Node& made = own != nullptr ? request.add(parent, *own, value) : request.add(parent, element.name(), ns, value);
     for (const Element child : element.children()) {
         read_filter(child, made, own ? own->find(child.name()) : nullptr, request);
     }

@@ -2,10 +2,11 @@
 //
 // Operations on sessions, schemas and the agent itself.
 #include <charconv>
+#include <set>
 
+#include "read.hpp"
 #include "rpc_error.hpp"
 #include "service_request.hpp"
-#include "xpath_text.hpp"
 #include "zpf_base/log.h"
 
 namespace zpf::agent {
@@ -83,6 +84,12 @@ void Service::get_schema(Lane&, const RequestPtr& request, Element operation, bo
 void Service::create_subscription(Lane&, const RequestPtr& request, Element operation, bool)
 {
     check_parameters(operation, {"stream", "filter", "startTime", "stopTime"});
+    std::set<std::string_view> seen;
+    for (const Element parameter : operation.children()) {
+        if (!seen.insert(parameter.name()).second) {
+            throw refused_protocol("bad-element", "The parameter stands twice.", std::string{parameter.name()});
+        }
+    }
     const Element stream = operation.child("stream");
     if (stream && stream.text() != "NETCONF") {
         throw refused_protocol("invalid-value", "There is no stream \"" + std::string{stream.text()} + "\".", "stream");
@@ -93,25 +100,19 @@ void Service::create_subscription(Lane&, const RequestPtr& request, Element oper
     if (operation.child("startTime")) {
         throw refused_protocol("operation-not-supported", "Events are not kept, so there is no replay.", "startTime");
     }
-    if (request->session->subscribed.exchange(true)) {
-        throw refused_protocol("operation-failed", "The session has a subscription already.");
-    }
     Outcome outcome;
     outcome.subscription.emplace();
     outcome.subscription->message = request->message;
     if (const Element filter = operation.child("filter")) {
-        const auto type = filter.attribute("type");
-        if (type && *type == "xpath") {
-            char* raw = nullptr;
-            lyd_print_mem(&raw, filter.node(), LYD_XML, LYD_PRINT_SHRINK);
-            const bridge::TextPtr printed{raw};
-            const std::string_view text = raw ? raw : "";
-            outcome.subscription->xpath =
-                with_module_names(parts_.mapping.yang(), filter.attribute("select").value_or(""),
-                                  declared_prefixes(text.substr(0, text.find('>'))));
-        } else {
+        const auto select = select_of(filter);
+        if (!select) {
             outcome.subscription->filter = filter;
+        } else if (*select != "/") { // the root selects every event
+            outcome.subscription->xpath = checked_xpath(parts_.mapping.yang(), filter, *select);
         }
+    }
+    if (request->session->subscribed.exchange(true)) { // last, for a refused request must not count as one
+        throw refused_protocol("operation-failed", "The session has a subscription already.");
     }
     finish(*request, "", std::move(outcome));
 }

@@ -4,7 +4,6 @@
 #include "subtree_filter.hpp"
 
 #include <functional>
-#include <unordered_set>
 
 #include <fmt/format.h>
 
@@ -17,12 +16,6 @@ namespace zpf::agent {
 
 namespace {
 
-/// Nodes that stay: some with all below, others for what is below and marked itself.
-struct Marks {
-    std::unordered_set<const lyd_node*> whole;
-    std::unordered_set<const lyd_node*> partly;
-};
-
 bool is_content_match(Element filter)
 {
     return !filter.has_children() && !filter.text().empty();
@@ -31,12 +24,6 @@ bool is_content_match(Element filter)
 bool names(Element filter, const lyd_node& node)
 {
     return filter.name() == node.schema->name && (filter.ns().empty() || filter.ns() == node.schema->module->ns);
-}
-
-/// Attributes of a filter are matched with those of data, and data have none.
-bool has_attributes(Element filter)
-{
-    return filter.attributes() != nullptr;
 }
 
 bool content_matches(Element match, const lyd_node& parent)
@@ -53,17 +40,17 @@ bool content_matches(Element match, const lyd_node& parent)
 bool all_content_matches(Element filter, const lyd_node& node)
 {
     for (const Element child : filter.children()) {
-        if (is_content_match(child) && (has_attributes(child) || !content_matches(child, node))) {
+        if (is_content_match(child) && (asks_for_attributes(child) || !content_matches(child, node))) {
             return false;
         }
     }
     return true;
 }
 
-bool mark(Element filter, const lyd_node& node, Marks& marks);
+bool mark(Element filter, const lyd_node& node, Selection& marks);
 
 /// Marks what the filter's elements select among the children. @return true when anything is
-bool mark_children(Element filter, const lyd_node& node, Marks& marks)
+bool mark_children(Element filter, const lyd_node& node, Selection& marks)
 {
     bool any = false;
     for (const Element part : filter.children()) {
@@ -74,9 +61,9 @@ bool mark_children(Element filter, const lyd_node& node, Marks& marks)
     return any;
 }
 
-bool mark(Element filter, const lyd_node& node, Marks& marks)
+bool mark(Element filter, const lyd_node& node, Selection& marks)
 {
-    if (has_attributes(filter)) {
+    if (asks_for_attributes(filter)) {
         return false;
     }
     const bool inner = (node.schema->nodetype & LYD_NODE_INNER) != 0;
@@ -105,7 +92,7 @@ bool mark(Element filter, const lyd_node& node, Marks& marks)
     return any;
 }
 
-void sweep(lyd_node* first, const Marks& marks, bridge::DataPtr* top)
+void sweep(lyd_node* first, const Selection& marks, bridge::DataPtr* top)
 {
     lyd_node* next = nullptr;
     for (lyd_node* node = first; node != nullptr; node = next) {
@@ -138,18 +125,20 @@ NodeSet find(const std::string& xpath, const lyd_node& data)
     return lyd_find_xpath3(nullptr, &data, xpath.c_str(), nullptr, &set) == LY_SUCCESS ? NodeSet{set} : nullptr;
 }
 
-/// What the expression selects; null: nothing. Throws Refused.
+/// What the expression selects. Throws Refused.
 NodeSet selected(const Yang& yang, const std::string& xpath, const lyd_node& data)
 {
     if (NodeSet set = find(xpath, data)) {
         return set;
     }
     const std::string reason = bridge::last_complaint(yang.ctx()).reason;
-    // When there is no node to test a predicate on, libyang 2.1 takes the type of an "and", "or" or function in it for
-    // that of the whole expression.
-    const std::string plain = without_predicates(xpath);
-    if (reason.ends_with("is not a node set.") && plain != xpath && find(plain, data)) {
-        return nullptr;
+    // Where there is no node to test a predicate on, libyang 2.1 goes over it all the same and makes the node set a
+    // boolean at an "and" or "or" in it. What follows then fails, though it would do on other data. Arithmetic does not
+    // have this slip.
+    if (const std::string reckoned = with_reckoned_conditions(xpath); reckoned != xpath) {
+        if (NodeSet set = find(reckoned, data)) {
+            return set;
+        }
     }
     RpcError error = refused("invalid-value", "The XPath expression: " + reason, "", "filter").errors().front();
     error.type = "protocol";
@@ -158,9 +147,19 @@ NodeSet selected(const Yang& yang, const std::string& xpath, const lyd_node& dat
 
 } // namespace
 
-void keep_subtrees(const Yang&, Element filter, bridge::DataPtr& data)
+bool asks_for_attributes(Element filter)
 {
-    Marks marks;
+    for (const lyd_attr* attribute = filter.attributes(); attribute != nullptr; attribute = attribute->next) {
+        if (attribute->name.module_ns == nullptr || attribute->name.module_ns != std::string_view{kBaseNamespace}) {
+            return true;
+        }
+    }
+    return false;
+}
+
+Selection keep_subtrees(const Yang&, Element filter, bridge::DataPtr& data)
+{
+    Selection marks;
     for (const Element top : filter.children()) {
         for (const lyd_node* node = data.get(); node != nullptr; node = node->next) {
             if (node->schema != nullptr && names(top, *node)) {
@@ -169,16 +168,17 @@ void keep_subtrees(const Yang&, Element filter, bridge::DataPtr& data)
         }
     }
     sweep(data.get(), marks, &data);
+    return marks;
 }
 
-void keep_selected(const Yang& yang, const std::string& xpath, bridge::DataPtr& data)
+Selection keep_selected(const Yang& yang, const std::string& xpath, bridge::DataPtr& data)
 {
+    Selection marks;
     if (!data) {
-        return;
+        return marks;
     }
     const NodeSet set = selected(yang, xpath, *data);
-    Marks marks;
-    for (uint32_t i = 0; set != nullptr && i < set->count; ++i) {
+    for (uint32_t i = 0; i < set->count; ++i) {
         const lyd_node* node = set->dnodes[i];
         marks.whole.insert(node);
         for (const lyd_node* above = lyd_parent(node); above != nullptr; above = lyd_parent(above)) {
@@ -186,25 +186,39 @@ void keep_selected(const Yang& yang, const std::string& xpath, bridge::DataPtr& 
         }
     }
     sweep(data.get(), marks, &data);
+    return marks;
 }
 
-void keep_levels(unsigned levels, bridge::DataPtr& data)
+void keep_levels(unsigned levels, const Selection& selection, bridge::DataPtr& data)
 {
+    const auto is_selected = [&](const lyd_node* node) { return selection.whole.count(node) != 0; };
+    const auto leads_on = [&](const lyd_node* node) { return selection.partly.count(node) != 0; };
+    // `left`: levels that may still be shown below the node.
     const std::function<void(lyd_node*, unsigned)> cut = [&](lyd_node* node, unsigned left) {
+        const auto flags = node->flags; // a container that loses its last child counts as not set, and is not printed
         lyd_node* next = nullptr;
         for (lyd_node* child = lyd_child_no_keys(node); child != nullptr; child = next) {
             next = child->next;
-            left == 0 ? lyd_free_tree(child) : cut(child, left - 1);
+            if (is_selected(child)) { // of several selected above one another, the lowest shows most
+                cut(child, levels - 1);
+            } else if (left > 0) {
+                cut(child, left - 1);
+            } else if (leads_on(child)) {
+                cut(child, 0);
+            } else {
+                lyd_free_tree(child);
+            }
         }
+        node->flags = flags;
     };
     for (lyd_node* top = data.get(); top != nullptr; top = top->next) {
-        cut(top, levels - 1);
+        cut(top, leads_on(top) && !is_selected(top) ? 0 : levels - 1);
     }
 }
 
 void keep_config(bool config, bridge::DataPtr& data)
 {
-    Marks marks;
+    Selection marks;
     const std::function<bool(const lyd_node&)> look = [&](const lyd_node& node) {
         bool any = false;
         for (const lyd_node* child = lyd_child_no_keys(&node); child != nullptr; child = child->next) {

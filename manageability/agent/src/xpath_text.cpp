@@ -175,6 +175,106 @@ std::vector<std::string_view> union_parts(std::string_view xpath)
     return parts;
 }
 
+bool is_blank(char c)
+{
+    return c == ' ' || c == '\t' || c == '\n' || c == '\r';
+}
+
+/// Literals, words (names and numbers) and single characters, in order.
+template <typename Take>
+void for_each_token(std::string_view xpath, const Take& take)
+{
+    for (std::size_t begin = 0, end = 0; begin < xpath.size(); begin = end) {
+        const char c = xpath[begin];
+        end = begin + 1;
+        if (c == '\'' || c == '"') {
+            const std::size_t close = xpath.find(c, end);
+            end = close == std::string_view::npos ? xpath.size() : close + 1;
+        } else if (continues_name(c) && c != '-') {
+            while (end < xpath.size() && continues_name(xpath[end])) {
+                ++end;
+            }
+        }
+        take(xpath.substr(begin, end - begin));
+    }
+}
+
+/// Rewrites conditions token by token; brackets are kept on a stack of its own, for a client may nest them at will.
+class ConditionReckoner {
+public:
+    void take(std::string_view token)
+    {
+        const char c = token.front();
+        if (too_deep_) {
+            return;
+        }
+        if ((token == "and" || token == "or") && operand_done_) {
+            Level& level = levels_.back();
+            level.terms += "boolean(" + std::exchange(level.operand, "") + (token == "and" ? ")*" : ")+");
+            operand_done_ = false;
+        } else if (c == '(' || c == '[') {
+            too_deep_ = levels_.size() > kDeepest;
+            levels_.back().operand += c;
+            levels_.emplace_back();
+            operand_done_ = false;
+        } else if ((c == ')' || c == ']') && levels_.size() > 1) {
+            const std::string inner = whole(levels_.back());
+            levels_.pop_back();
+            levels_.back().operand.append(inner).push_back(c);
+            operand_done_ = true;
+        } else if (c == ',') { // the next argument of a function
+            Level& level = levels_.back();
+            level.before += argument(level) + ",";
+            level.terms.clear();
+            level.operand.clear();
+            operand_done_ = false;
+        } else {
+            levels_.back().operand += token;
+            operand_done_ = ends_operand(token);
+        }
+    }
+
+    /// Nothing when brackets are not closed, or nested deeper than anybody writes.
+    std::optional<std::string> finish() const
+    {
+        return levels_.size() == 1 && !too_deep_ ? std::optional{whole(levels_.back())} : std::nullopt;
+    }
+
+private:
+    /// What stands in one pair of brackets.
+    struct Level {
+        std::string before;  ///< arguments that are complete
+        std::string terms;   ///< operands up to the last "and" or "or", with the sign that follows
+        std::string operand; ///< since then
+    };
+
+    /// The argument that is under way; outside of functions all there is.
+    static std::string argument(const Level& level)
+    {
+        return level.terms.empty() ? level.operand : "boolean(" + level.terms + "boolean(" + level.operand + "))";
+    }
+    static std::string whole(const Level& level) { return level.before + argument(level); }
+
+    /// "and", "or" and "*" are operators only after an operand (XPath 1.0, 3.7).
+    bool ends_operand(std::string_view token) const
+    {
+        const char c = token.front();
+        if (is_blank(c)) {
+            return operand_done_;
+        }
+        if (c == '*' || token == "div" || token == "mod") {
+            return !operand_done_;
+        }
+        return continues_name(c) ? c != '-' : c == '\'' || c == '"' || c == ')' || c == ']';
+    }
+
+    static constexpr std::size_t kDeepest = 100; // a level's text is copied into the one around it
+
+    std::vector<Level> levels_{1};
+    bool too_deep_ = false;
+    bool operand_done_ = false; ///< the last token ends an operand
+};
+
 } // namespace
 
 std::string with_module_names(const Yang& yang, std::string_view xpath, const Prefixes& prefixes)
@@ -253,28 +353,22 @@ std::vector<std::vector<XPathStep>> plain_paths(std::string_view xpath)
     return paths;
 }
 
-std::string without_predicates(std::string_view xpath)
+std::string with_reckoned_conditions(std::string_view xpath)
 {
-    std::string plain;
-    int depth = 0;
-    char quote = 0;
-    for (const char c : xpath) {
-        if (quote == 0 && c == '[') {
-            ++depth;
-        }
-        if (depth == 0) {
-            plain += c;
-        }
-        if (quote == 0 && c == ']') {
-            --depth;
-        }
-        if (quote == 0 && (c == '\'' || c == '"')) {
-            quote = c;
-        } else if (c == quote) {
-            quote = 0;
-        }
-    }
-    return plain;
+    ConditionReckoner reckoner;
+    for_each_token(xpath, [&](std::string_view token) { reckoner.take(token); });
+    return reckoner.finish().value_or(std::string{xpath});
+}
+
+bool calls(std::string_view xpath, std::string_view function)
+{
+    std::string_view before;
+    bool found = false;
+    for_each_token(xpath, [&](std::string_view token) {
+        found = found || (token == "(" && before == function);
+        before = is_blank(token.front()) ? before : token;
+    });
+    return found;
 }
 
 } // namespace zpf::agent

@@ -35,7 +35,13 @@ struct XPathStep {
  */
 std::vector<std::vector<XPathStep>> plain_paths(std::string_view xpath);
 
-/// The expression without what stands in brackets.
-std::string without_predicates(std::string_view xpath);
+/**
+ * The same expression without "and" and "or": each is reckoned with the numbers of its truth values. "a and b or c"
+ * becomes "boolean(boolean(a)*boolean(b)+boolean(c))". What is no expression stays none.
+ */
+std::string with_reckoned_conditions(std::string_view xpath);
+
+/// True when the expression calls the function, outside of quotes.
+bool calls(std::string_view xpath, std::string_view function);
 
 } // namespace zpf::agent

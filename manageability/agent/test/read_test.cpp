@@ -71,13 +71,38 @@ TEST_F(Read, ByXPathShowsWhatIsSelectedAndWhatLeadsThere)
     }
 }
 
+/// Conditions are tested on every node or on none, so the expressions stand for what goes on after them.
+TEST_F(Read, ByXPathGoesOnAfterConditions)
+{
+    const std::string entry = "/if:interface-configurations/if:interface-configuration";
+    for (const char* test :
+         {"[if:active='act' and if:interface-name='GigabitEthernet0/0/0/0']",
+          "[if:interface-name='x' or if:description='uplink']", "[if:description and if:active]",
+          "[(if:description or if:nothing) = true()]", "[if:description and if:active][position()=1]"}) {
+        const std::string value = xpath(entry + test + "/if:description");
+        EXPECT_THAT(value, HasSubstr("<description>uplink</description>")) << test;
+        EXPECT_THAT(value, Not(HasSubstr("Ots0/0/0/0"))) << test;
+    }
+    EXPECT_THAT(xpath("//oc:attenuator[oc:name='0/0-VOA-BST0' and oc:config]/oc:config"), HasSubstr(">3.0<"));
+    EXPECT_THAT(xpath("//oc:attenuator[oc:name][oc:config[1=1 and 1=1]/oc:attenuation = 3]"), HasSubstr(">3.0<"));
+    // The other path of a union counts though the first ends at nothing.
+    EXPECT_THAT(xpath("/oc:nothing[oc:a and oc:b]/oc:c | //oc:attenuation"), HasSubstr(">9.5<"));
+    for (const char* none : {"/oc:optical-attenuator/oc:nothing[1=1 and 1=1]/oc:x", "//oc:x[oc:a or oc:b]/oc:y",
+                             "/oc:optical-attenuator/oc:x[oc:a and oc:b][position()=4]", "//oc:x[oc:a and oc:b][oc:c]",
+                             "//oc:x[oc:y[oc:a and oc:b]/oc:z]"}) {
+        EXPECT_EQ(xpath(none), data("")) << none;
+    }
+}
+
 TEST_F(Read, ByXPathThatIsWrongIsRefused)
 {
     EXPECT_THAT(xpath("/no:such"), HasSubstr("the prefix &quot;no&quot;, which is not declared"));
     EXPECT_THAT(xpath("/oc:optical-attenuator["), HasSubstr("<error-tag>invalid-value</error-tag>"));
     EXPECT_THAT(xpath("/oc:a['"), HasSubstr("never closed"));
     for (const char* broken : {"/oc:unknown[", "oc:unknown)", "/oc:unknown/nothing()", "1 + 1", "/oc:unknown = 2",
-                               "count(/oc:unknown[1 and 2])", "/oc:unknown[1 and]"}) {
+                               "count(/oc:unknown[1 and 2])", "/oc:unknown[1 and]", "/oc:unknown[1 and 2]/oc:x = 1",
+                               "/oc:unknown[oc:a and nothing(oc:b)]/oc:x", "true()/oc:x", "deref(//oc:name)",
+                               "//oc:attenuator[deref(oc:config/oc:attenuation)]"}) {
         EXPECT_THAT(xpath(broken), HasSubstr("<error-tag>invalid-value</error-tag>")) << broken;
     }
     EXPECT_THAT(agent.ask(R"(<get><filter type="xpath"/></get>)"), HasSubstr("missing-attribute"));
@@ -182,6 +207,58 @@ TEST_F(Read, ByDepthEndsThere)
     EXPECT_THAT(shallow, Not(HasSubstr("<config>")));
 }
 
+TEST_F(Read, ByDepthCountsFromWhatIsSelected)
+{
+    const auto to_depth = [&](const std::string& filter, int depth) {
+        return agent.ask(R"(<get-data xmlns="urn:ietf:params:xml:ns:yang:ietf-netconf-nmda" xmlns:ds="urn:ietf:params:)"
+                         R"(xml:ns:yang:ietf-datastores" xmlns:oc="http://openconfig.net/yang/optical-attenuator">)"
+                         "<datastore>ds:running</datastore>" +
+                         filter + "<max-depth>" + std::to_string(depth) + "</max-depth></get-data>");
+    };
+    const auto by_xpath = [&](const std::string& xpath, int depth) {
+        return to_depth("<xpath-filter>" + xpath + "</xpath-filter>", depth);
+    };
+    const std::string entry = "/oc:optical-attenuator/oc:attenuators/oc:attenuator[oc:name='0/0-VOA-BST0']";
+    const std::string leaf = by_xpath(entry + "/oc:config/oc:attenuation", 1);
+    EXPECT_THAT(leaf, HasSubstr("<name>0/0-VOA-BST0</name><config><attenuation>3.0</attenuation></config>"));
+    const std::string alone = by_xpath(entry, 1);
+    EXPECT_THAT(alone, HasSubstr("<attenuator><name>0/0-VOA-BST0</name></attenuator>"));
+    const std::string second = by_xpath(entry, 2);
+    EXPECT_THAT(second, HasSubstr("<attenuator><name>0/0-VOA-BST0</name><config/></attenuator>"));
+    EXPECT_THAT(by_xpath(entry, 3), HasSubstr("<attenuation>3.0</attenuation>"));
+    EXPECT_THAT(by_xpath("/oc:optical-attenuator | " + entry, 1),
+                HasSubstr("<attenuators><attenuator><name>0/0-VOA-BST0</name></attenuator></attenuators>"));
+    const std::string subtree = to_depth("<subtree-filter>" + std::string{kOcFilter} + "</subtree-filter>", 1);
+    EXPECT_THAT(subtree, HasSubstr(kOcFilter));
+    const std::string config = to_depth("<subtree-filter><optical-attenuator xmlns=\"http://openconfig.net/yang/"
+                                        "optical-attenuator\"><attenuators><attenuator><config/></attenuator>"
+                                        "</attenuators></optical-attenuator></subtree-filter>",
+                                        1);
+    EXPECT_THAT(config, HasSubstr("<name>0/0-VOA-BST0</name><config/>"));
+}
+
+TEST_F(Read, OfAttributesThatDataDoNotHaveIsEmpty)
+{
+    const auto oc = [](const std::string& inner, const std::string& attributes = "") {
+        return "<optical-attenuator xmlns=\"http://openconfig.net/yang/optical-attenuator\"" + attributes + ">" +
+               inner + "</optical-attenuator>";
+    };
+    const std::string entry = "<attenuator><name>0/0-VOA-BST0</name></attenuator>";
+    for (const std::string& filter :
+         {oc("", " foo=\"bar\""), oc("<attenuators foo=\"bar\"/>"), oc("<attenuators xmlns:x=\"urn:x\" x:y=\"z\"/>"),
+          oc("<attenuators><attenuator foo=\"bar\"/></attenuators>"),
+          oc("<attenuators foo=\"bar\">" + entry + "</attenuators>"),
+          oc("<attenuators><attenuator><name foo=\"bar\">0/0-VOA-BST0</name></attenuator></attenuators>"),
+          oc("<attenuators><attenuator xmlns=\"urn:x\"/></attenuators>")}) {
+        EXPECT_EQ(agent.get_config(filter), data("")) << filter;
+    }
+    EXPECT_EQ(agent.get_config(oc("<attenuators><attenuator foo=\"bar\"/>" + entry + "</attenuators>")), data(kBst0));
+    EXPECT_EQ(agent.get_config(oc("<attenuators xmlns:nc=\"urn:ietf:params:xml:ns:netconf:base:1.0\" "
+                                  "nc:operation=\"merge\" xmlns:x=\"urn:x\">" +
+                                  entry + "</attenuators>")),
+              data(kBst0));
+}
+
 TEST_F(Read, OfDefaultsShowsThemWhenAsked)
 {
     const std::string ask = R"(<get-config><source><running/></source><filter><nacm xmlns="urn:ietf:params:xml:ns:)"
@@ -220,6 +297,41 @@ TEST_F(Read, RefusesWhatItDoesNotKnow)
     EXPECT_THAT(agent.ask("<get><fliter/></get>"), HasSubstr("<bad-element>fliter</bad-element>"));
     EXPECT_THAT(agent.ask("<fetch/>"), HasSubstr("operation-not-supported"));
     EXPECT_THAT(agent.ask(R"(<get xmlns="urn:x"/>)"), HasSubstr("unknown-namespace"));
+}
+
+TEST_F(Read, RefusesAParameterThatStandsTwice)
+{
+    const auto refused = [&](const std::string& operation, const std::string& element) {
+        const std::string reply = agent.ask(operation);
+        EXPECT_THAT(reply, HasSubstr("<error-tag>bad-element</error-tag>")) << operation;
+        EXPECT_THAT(reply, HasSubstr("<bad-element>" + element + "</bad-element>")) << operation;
+    };
+    const std::string mode = R"(<with-defaults xmlns="urn:ietf:params:xml:ns:yang:ietf-netconf-with-defaults">)"
+                             "report-all</with-defaults>";
+    refused("<get><filter/><filter/></get>", "filter");
+    refused("<get>" + mode + mode + "</get>", "with-defaults");
+    refused("<get-config><source><running/><candidate/></source></get-config>", "candidate");
+    refused(R"(<get-data xmlns="urn:ietf:params:xml:ns:yang:ietf-netconf-nmda" xmlns:ds="urn:ietf:params:xml:ns:yang:)"
+            R"(ietf-datastores"><datastore>ds:running</datastore><subtree-filter/><xpath-filter>/</xpath-filter>)"
+            "</get-data>",
+            "xpath-filter");
+}
+
+TEST_F(Read, OfEventsHasTheFiltersOfReads)
+{
+    const auto subscribe = [&](const std::string& filter) {
+        return agent.ask(R"(<create-subscription xmlns="urn:ietf:params:xml:ns:netconf:notification:1.0">)" + filter +
+                         "</create-subscription>");
+    };
+    EXPECT_THAT(subscribe(R"(<filter type="foo"/>)"), HasSubstr("<error-tag>bad-attribute</error-tag>"));
+    EXPECT_THAT(subscribe(R"(<filter type="xpath"/>)"), HasSubstr("<error-tag>missing-attribute</error-tag>"));
+    for (const char* select : {"[", "", "1 + 1", "/x:y", "nothing()"}) {
+        EXPECT_THAT(subscribe("<filter type=\"xpath\" select=\"" + std::string{select} + "\"/>"),
+                    HasSubstr("<error-tag>invalid-value</error-tag>"))
+            << select;
+    }
+    EXPECT_THAT(subscribe("<filter/><filter/>"), HasSubstr("<error-tag>bad-element</error-tag>"));
+    EXPECT_EQ(subscribe(R"(<filter type="xpath" select="/*[1=1 and 1=1]/*"/>)"), kOk); // no refused one counts
 }
 
 TEST_F(Read, RefusesMessagesThatAreNone)

@@ -36,10 +36,39 @@ TEST(PlainPaths, AreFollowedAsFarAsTheyArePlain)
     EXPECT_EQ(described("/m:a/b[k='1' or k='2']"), "/m:a/:b");
 }
 
-TEST(Predicates, AreTakenOutWhole)
+TEST(Conditions, AreReckonedWithTheirTruthValues)
 {
-    EXPECT_EQ(without_predicates("/a[b[c='x]y'] or \"[\"]/d[1] | e"), "/a/d | e");
-    EXPECT_EQ(without_predicates("f('[')"), "f('[')");
+    const auto reckoned = with_reckoned_conditions;
+    EXPECT_EQ(reckoned("/a[b and c or d]/e"), "/a[boolean(boolean(b )*boolean( c )+boolean( d))]/e");
+    EXPECT_EQ(reckoned("/a[b='x and y']"), "/a[b='x and y']");
+    EXPECT_EQ(reckoned("/a[(b or c) = true()]"), "/a[(boolean(boolean(b )+boolean( c))) = true()]");
+    EXPECT_EQ(reckoned("/a[b[c and d]/e or f]"),
+              "/a[boolean(boolean(b[boolean(boolean(c )*boolean( d))]/e )+boolean( f))]");
+    EXPECT_EQ(reckoned("/a[f(b or c, d)]"), "/a[f(boolean(boolean(b )+boolean( c)), d)]");
+}
+
+TEST(Conditions, AreNoneInNames)
+{
+    for (const char* xpath : {"/a/and[or]/m:or", "/a[2 * and]", "/a[@and = ../or]", "/and", "/a[b-and-c]", "/a[.//or]",
+                              "/a[b div or]", "/a[(b and c", ""}) {
+        EXPECT_EQ(with_reckoned_conditions(xpath), xpath);
+    }
+    EXPECT_EQ(with_reckoned_conditions("/a[and and or]"), "/a[boolean(boolean(and )*boolean( or))]");
+    EXPECT_EQ(with_reckoned_conditions("/a[* and .]"), "/a[boolean(boolean(* )*boolean( .))]");
+}
+
+TEST(Conditions, ThatAreNestedBeyondReasonStayAsTheyAre)
+{
+    const std::string deep = "/a[b and " + std::string(5000, '(') + "c" + std::string(5000, ')') + "]";
+    EXPECT_EQ(with_reckoned_conditions(deep), deep);
+}
+
+TEST(Functions, AreFoundWhereTheyAreCalled)
+{
+    EXPECT_TRUE(calls("/a[deref(b)]", "deref"));
+    EXPECT_TRUE(calls("deref (/a/b)/c", "deref"));
+    EXPECT_FALSE(calls("/a['deref(']", "deref"));
+    EXPECT_FALSE(calls("/a/deref[(1)]", "deref"));
 }
 
 TEST(PlainPaths, AreNoneWhenAnyPartMayBeginAnywhere)
