@@ -8,6 +8,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
 #include <sys/signalfd.h>
 #include <unistd.h>
 
@@ -38,13 +39,20 @@ CLI::Option* add_pairs(CLI::App& app, const std::string& name, std::vector<std::
         help);
 }
 
+/// Refuses numbers outside of the range. CLI11's own check lets through what is no number and takes -1 for a huge one.
+template <typename Number>
+std::function<std::string(const std::string&)> in(const zpf::agent::NumberRange<Number>& range)
+{
+    return [&range](const std::string& text) { return zpf::agent::complaint_of(text, range); };
+}
+
 CLI::Option* add_ms(CLI::App& app, const std::string& name, std::chrono::milliseconds& time, const std::string& help)
 {
     return app
         .add_option_function<double>(
             name, [&time](double seconds) { time = std::chrono::milliseconds{static_cast<long long>(seconds * 1000)}; },
             help + fmt::format(" [{} s]", time.count() / 1000))
-        ->check(CLI::PositiveNumber)
+        ->check(in(zpf::agent::kSecondsRange))
         ->type_name("SECONDS");
 }
 
@@ -79,7 +87,7 @@ void add_options(CLI::App& app, Options& options, std::string& level)
     app.add_option("--device", options.device, "The device's driver [sim]")->check(CLI::IsMember({"sim"}));
     app.add_option("--slew", options.slew_db_per_s,
                    "How fast the simulated attenuators move, dB a second; 0: at once [0]")
-        ->check(CLI::NonNegativeNumber)
+        ->check(in(zpf::agent::kSlewRange))
         ->type_name("RATE");
     app.add_option_function<std::string>(
            "--sync", [&options](const std::string& word) { options.relaxed = word == "relaxed"; },
@@ -96,10 +104,13 @@ void add_options(CLI::App& app, Options& options, std::string& level)
     app.add_flag_callback(
         "--no-kept-answers", [&options] { options.keep_answers = false; },
         "Maps every read anew, even when nothing has changed since the same one");
-    app.add_option("--max-sessions", options.limits.sessions, "Sessions at a time [256]");
-    app.add_option("--max-message", options.limits.message_bytes, "Longest message, bytes [16 MiB]");
+    app.add_option("--max-sessions", options.limits.sessions, "Sessions at a time [256]")
+        ->check(in(zpf::agent::kSessionsRange));
+    app.add_option("--max-message", options.limits.message_bytes, "Longest message, bytes [16 MiB]")
+        ->check(in(zpf::agent::kMessageBytesRange));
     app.add_option("--max-unsent", options.limits.unsent_bytes,
-                   "Bytes that may wait for a client that does not read [64 MiB]");
+                   "Bytes that may wait for a client that does not read [64 MiB]")
+        ->check(in(zpf::agent::kUnsentBytesRange));
     add_ms(app, "--hello-time", options.limits.hello_time, "Time for a client's hello");
     add_ms(app, "--message-time", options.limits.message_time, "Time for the rest of a message");
     add_ms(app, "--unsent-time", options.limits.unsent_time, "Time for a client to read on");

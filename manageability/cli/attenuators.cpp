@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Both trees in one read: the attenuators, and the names of the ports that there are.
+// Two reads: what is configured; then both trees, the attenuators, and the names of the ports that there are. The
+// second one alone would not do: the agent fills an attenuation that is not configured from what the device has read.
 #include "attenuators.hpp"
 
 #include <fmt/format.h>
 
+#include <map>
 #include <set>
 
 #include "zpf_namespaces.h"
@@ -32,6 +34,22 @@ std::set<std::string> port_names(const XmlElement& data)
     return names;
 }
 
+/// By attenuator.
+std::map<std::string, std::string> read_configured(AgentClient& agent)
+{
+    const XmlElement reply = agent.get_config(
+        fmt::format(R"(<optical-attenuator xmlns="{}"><attenuators><attenuator><name/><config><attenuation/></config>)"
+                    "</attenuator></attenuators></optical-attenuator>",
+                    ZPF_NS_OPENCONFIG_OPTICAL_ATTENUATOR));
+    std::map<std::string, std::string> configured;
+    if (const XmlElement* const list = reply.at("data/optical-attenuator/attenuators")) {
+        for (const XmlElement& entry : list->children) {
+            configured[entry.text_at("name")] = entry.text_at("config/attenuation");
+        }
+    }
+    return configured;
+}
+
 } // namespace
 
 std::string controller_of(const std::string& attenuator)
@@ -46,6 +64,7 @@ std::string attenuator_of(const std::string& controller)
 
 std::vector<Attenuator> read_attenuators(AgentClient& agent)
 {
+    std::map<std::string, std::string> configured = read_configured(agent);
     const XmlElement reply =
         agent.get(fmt::format(R"(<optical-attenuator xmlns="{}"/>)"
                               R"(<ots-oper xmlns="{}"><ots-ports><ots-port><name/></ots-port></ots-ports></ots-oper>)",
@@ -60,7 +79,7 @@ std::vector<Attenuator> read_attenuators(AgentClient& agent)
     for (const XmlElement& entry : list->children) {
         const std::string name = entry.text_at("name");
         const std::string controller = controller_of(name);
-        attenuators.push_back({name, ports.contains(controller) ? controller : "", entry.text_at("config/attenuation"),
+        attenuators.push_back({name, ports.contains(controller) ? controller : "", configured[name],
                                entry.text_at("state/actual-attenuation/instant"), entry.text_at("state/enabled")});
     }
     return attenuators;

@@ -109,7 +109,7 @@ private:
             }
         }
         if (change != nullptr) {
-            tell_of_others(time, *change);
+            tell_of_others(time, *change, before);
         }
     }
 
@@ -132,14 +132,24 @@ private:
         tell_if_other("enabled", before.enabled, after.enabled);
     }
 
-    /// Configuration that no attenuator stands for.
-    void tell_of_others(const std::string& time, const XmlElement& change)
+    /// True for configuration that these attenuators stand for: of the port behind one, or of one in the client model.
+    static bool stand_for(const std::vector<Attenuator>& list, const std::string& target)
+    {
+        const bool own = top_of(target) == "optical-attenuator";
+        const std::string key = key_in_path(target, own ? "name" : "interface-name");
+        if (key.empty()) {
+            return own; // all of them at once
+        }
+        return std::any_of(list.begin(), list.end(),
+                           [&](const Attenuator& each) { return key == (own ? each.name : controller_of(each.name)); });
+    }
+
+    /// Configuration that no attenuator stands for, nor did before.
+    void tell_of_others(const std::string& time, const XmlElement& change, const std::vector<Attenuator>& before)
     {
         for (const XmlElement& edit : change.children) {
             const std::string target = edit.text_at("target");
-            const bool seen = std::any_of(now_.begin(), now_.end(), [&](const Attenuator& each) {
-                return key_in_path(target, "interface-name") == controller_of(each.name);
-            });
+            const bool seen = stand_for(now_, target) || stand_for(before, target);
             if (edit.name == "edit" && !target.empty() && !seen) {
                 tell(time, {short_path(target), edit.text_at("operation"), "", ""});
             }
@@ -196,7 +206,12 @@ void add_watch(CLI::App& app, Chosen& chosen)
 {
     const auto options = std::make_shared<WatchOptions>();
     CLI::App& command = *app.add_subcommand("watch", "Prints changes of the attenuators as they happen");
-    command.add_option("--count", options->count, "Ends after so many lines (default: on ^C)")->type_name("N");
+    command.add_option("--count", options->count, "Ends after so many lines (default: on ^C)")
+        ->type_name("N")
+        ->check([](const std::string& text) {
+            // A negative number would be taken for the rest of all that there are.
+            return json_count(text).is_null() ? "\"" + text + "\" is no number of lines" : std::string{};
+        });
     add_agent_options(command, *options);
     command.footer(std::string{"A line is time, attenuator, what (configured, actual, enabled), before -> after; or "
                                "time, path and\noperation for configuration that no attenuator stands for. With "

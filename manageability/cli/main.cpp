@@ -153,6 +153,17 @@ void add_commands(CLI::App& app, Chosen& chosen)
     add_completion(app, chosen);
 }
 
+/// A word that is no command is found missing as a command before it is found unknown; the word says more.
+CLI::ParseError with_unknown_word(const CLI::App& app, const CLI::ParseError& error)
+{
+    const std::vector<std::string> left = app.remaining();
+    if (left.empty() || !app.get_subcommands().empty()) {
+        return error;
+    }
+    const std::string kind = left.front().starts_with('-') ? "option" : "command";
+    return {"\"" + left.front() + "\" is no " + kind, CLI::ExitCodes::ExtrasError};
+}
+
 int run(const Chosen& chosen, Colour colour)
 {
     try {
@@ -185,6 +196,9 @@ int main(int argc, char** argv)
     add_commands(app, chosen);
     try {
         app.parse(argc, argv);
+    } catch (const CLI::RequiredError& error) {
+        app.exit(with_unknown_word(app, error));
+        return kUsage;
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? kDone : kUsage;
     }

@@ -59,6 +59,14 @@ std::string short_path(std::string_view path)
     return out;
 }
 
+std::string top_of(std::string_view path)
+{
+    if (!path.starts_with('/')) {
+        return {};
+    }
+    return std::string{without_prefix(path.substr(1, end_of(path, 1, "/[") - 1))};
+}
+
 std::string key_in_path(std::string_view path, std::string_view name)
 {
     for (std::size_t at = end_of(path, 0, "["); at < path.size(); at = end_of(path, at, "[")) {

@@ -231,8 +231,9 @@ class Xml(HostileTest):
     def test_many_attributes_and_namespaces_are_no_burden(self):
         begin = time.monotonic()
         declared = "".join(f' xmlns:p{n}="urn:x:{n}"' for n in range(20000))
-        reply = self.session.rpc(GET, declared)
-        self.assertTrue(reply.errors or reply.has("9.5"))
+        self.session.send(GET, declared)
+        self.assert_refused(self.session.reply(), "malformed-message", type="rpc")
+        self.assertTrue(self.session.rpc(GET, declared[:1000].rpartition(" ")[0]).has("9.5"))
         attributes = "".join(f' a{n}="1"' for n in range(20000))
         reply = self.session.rpc(f"<get{attributes}/>")
         self.assertLess(time.monotonic() - begin, 60)

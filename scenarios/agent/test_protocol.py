@@ -8,7 +8,7 @@ import unittest
 import ncclients
 from configs import *
 from support import AgentTest
-from wire import BASE, Ended, Framing, Wire, hello_text
+from wire import BASE, Ended, Framing, Wire, elements, hello_text, local
 
 GET = f'<get-config><source><running/></source><filter type="subtree">{oc()}</filter></get-config>'
 
@@ -116,6 +116,40 @@ class Messages(AgentTest):
             with self.subTest(text):
                 self.assert_refused(self.send(text), "malformed-message", type="rpc")
                 self.assertEqual(self.session.get_config(oc())[oc_path(BST2)], "9.5")
+
+    def test_attributes_that_are_not_well_formed_are_refused_and_not_echoed(self):
+        self.assertEqual(self.send(rpc_text(GET)).leaves()[oc_path(BST2)], "9.5")  # known by now, but for its attributes
+        for attributes in ('message-id="&foo;"', 'message-id="a<b"', 'message-id="&#1;"', 'message-id="\x01"',
+                           'message-id="1" message-id="1"', 'message-id="1" a="2" a="3"', 'message-id="1" x:y="z"',
+                           'message-id="1"a="2"', 'message-id="1" xmlns:x="u" xmlns:z="u" x:y="1" z:y="2"',
+                           b'message-id="\xff"', b'message-id="\xc0\xaf"'):
+            with self.subTest(attributes):
+                data = attributes if isinstance(attributes, bytes) else attributes.encode()
+                text = b'<rpc xmlns="%s" %s>%s</rpc>' % (BASE.encode(), data, GET.encode())
+                reply = self.send(text)  # read as XML
+                self.assert_refused(reply, "malformed-message", type="rpc")
+                self.assertEqual(dict(reply.root.attrib), {})
+
+    def test_nothing_is_changed_by_a_request_whose_attributes_are_not_well_formed(self):
+        edit = f"<edit-config><target><running/></target><config>{oc(attenuator(BST2, '3'))}</config></edit-config>"
+        self.assert_refused(self.send(rpc_text(edit, "&foo;")), "malformed-message", type="rpc")
+        self.assertEqual(self.session.get_config(oc())[oc_path(BST2)], "9.5")
+
+    def test_a_client_of_base_1_0_is_not_told_of_malformed_messages_by_that_name(self):
+        session = self.open(base11=False)
+        session.send_raw(session.framing.wrap("<rpc"))
+        self.assert_refused(session.reply(), "operation-failed", type="rpc")
+
+    def test_messages_that_are_no_correct_rpc_are_counted_by_themselves(self):
+        session = self.open()
+        for text in ("<rpc", f'<not-rpc xmlns="{BASE}" message-id="1">{GET}</not-rpc>', f'<rpc xmlns="{BASE}">{GET}</rpc>'):
+            session.send_raw(session.framing.wrap(text))
+            self.assertTrue(session.reply().errors)
+        entries = session.ok(f'<get><filter type="subtree"><netconf-state xmlns="{MONITORING}"><sessions/>'
+                             "</netconf-state></filter></get>").data[0][0]
+        leaves = [{local(leaf): leaf.text for leaf in elements(entry)} for entry in elements(entries)]
+        own = next(each for each in leaves if each["session-id"] == str(session.session_id))
+        self.assertEqual((own["in-rpcs"], own["in-bad-rpcs"]), ("1", "3"))
 
     def test_operations_that_are_not_there_are_refused(self):
         self.assert_refused(self.session.rpc("<restart/>"), "operation-not-supported", info=[("bad-element", "restart")])

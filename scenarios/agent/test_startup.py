@@ -165,6 +165,20 @@ class Addresses(StartTest):
             done = subprocess.run([ZPFD, *arguments], capture_output=True, text=True, timeout=60)
             self.assertEqual(done.returncode, 2, f"{arguments}: {done.stderr}")
 
+    def test_numbers_without_sense_are_usage_errors_that_name_option_and_range(self):
+        for option, value, most in (
+                ("--hello-time", "nan", "86400"), ("--hello-time", "1e300", "86400"), ("--message-time", "0", "86400"),
+                ("--unsent-time", "-1", "86400"), ("--max-sessions", "0", "65535"), ("--max-sessions", "-1", "65535"),
+                ("--max-message", "0", "1073741824"), ("--max-message", "-1", "1073741824"),
+                ("--max-message", "99999999999999999999", "1073741824"), ("--max-unsent", "-1", "1099511627776"),
+                ("--slew", "nan", "1000000"), ("--slew", "-1", "1000000")):
+            with self.subTest(f"{option} {value}"):
+                # Should it be taken after all, the start ends at the address.
+                done = subprocess.run([ZPFD, "--store", tempfile.gettempdir() + "/zpfd-never", "--listen", "nothing",
+                                       option, value], capture_output=True, text=True, timeout=60)
+                self.assertEqual(done.returncode, 2, done.stderr)
+                self.assertRegex(done.stderr, f'{option}: "{value}" is no .*number from .* to {most}')
+
     def test_a_port_that_is_taken_stops_the_start(self):
         with socket.socket() as taken:
             taken.bind(("127.0.0.1", 0))

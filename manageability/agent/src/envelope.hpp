@@ -4,6 +4,7 @@
 // request that differs in nothing but its message-id is the same request.
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -12,7 +13,11 @@ namespace zpf::agent {
 
 class Envelope {
 public:
-    /// Nothing when the text does not begin with a plain start tag "rpc"; a parser then says what is wrong.
+    /// More of them are not read: each is held against all others.
+    static constexpr std::size_t kMostAttributes = 128;
+
+    /// Nothing when the text does not begin with a start tag "rpc" that is well-formed by itself: what comes back in
+    /// the reply has to be. A parser then says what is wrong.
     static std::optional<Envelope> scan(std::string_view message);
 
     std::string_view message_id() const { return message_id_; }

@@ -1,12 +1,43 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Addresses to listen at.
+// Addresses to listen at, and numbers within bounds.
 #include "options.hpp"
 
 #include <charconv>
 #include <stdexcept>
+#include <type_traits>
+
+#include <fmt/format.h>
 
 namespace zpf::agent {
+
+namespace {
+
+template <typename Number>
+std::string complaint(const std::string& text, const NumberRange<Number>& range)
+{
+    Number number{};
+    const char* const text_end = text.data() + text.size();
+    const auto end = std::from_chars(text.data(), text_end, number);
+    // What is no number, as "nan", is neither less nor more.
+    if (end.ec == std::errc{} && end.ptr == text_end && number >= range.least && number <= range.most) {
+        return {};
+    }
+    return fmt::format("\"{}\" is no {} from {} to {}", text, std::is_integral_v<Number> ? "whole number" : "number",
+                       range.least, range.most);
+}
+
+} // namespace
+
+std::string complaint_of(const std::string& text, const NumberRange<std::size_t>& range)
+{
+    return complaint(text, range);
+}
+
+std::string complaint_of(const std::string& text, const NumberRange<double>& range)
+{
+    return complaint(text, range);
+}
 
 ListenAddress parse_listen(const std::string& text)
 {

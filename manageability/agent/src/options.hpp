@@ -3,6 +3,7 @@
 // What zpfd is told when it is started.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <utility>
@@ -41,6 +42,23 @@ struct ListenAddress {
     std::string place; ///< path, or host
     uint16_t port = 0;
 };
+
+/// From the least to the most that makes sense.
+template <typename Number>
+struct NumberRange {
+    Number least;
+    Number most;
+};
+
+inline constexpr NumberRange<std::size_t> kSessionsRange{1, 65535};
+inline constexpr NumberRange<std::size_t> kMessageBytesRange{1024, std::size_t{1} << 30U};
+inline constexpr NumberRange<std::size_t> kUnsentBytesRange{1024, std::size_t{1} << 40U};
+inline constexpr NumberRange<double> kSecondsRange{0.001, 86400};
+inline constexpr NumberRange<double> kSlewRange{0, 1'000'000};
+
+/// What is wrong with the value of an option; empty: it is a number in the range.
+std::string complaint_of(const std::string& text, const NumberRange<std::size_t>& range);
+std::string complaint_of(const std::string& text, const NumberRange<double>& range);
 
 /// Throws std::invalid_argument.
 ListenAddress parse_listen(const std::string& text);

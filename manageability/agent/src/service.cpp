@@ -188,8 +188,11 @@ void Service::dispatch(Lane& lane, const RequestPtr& request, bool on_loop)
     }
     request->message = std::make_shared<const Message>(parts_.mapping.yang().models(), request->text);
     const Element rpc = request->message->top();
-    if (!rpc.is("rpc", kBaseNamespace) || !request->envelope) {
+    if (!rpc.is("rpc", kBaseNamespace)) {
         throw refused_message("A message is an \"rpc\" element of NETCONF's base namespace.");
+    }
+    if (!request->envelope) {
+        throw refused_message("The attributes of the rpc are not well-formed, or too many.");
     }
     if (!request->envelope->has_message_id()) {
         RpcError error = refused_protocol("missing-attribute", "The rpc has no message-id.").errors().front();
@@ -332,6 +335,16 @@ void Service::finish(Request& request, std::string_view body, Outcome outcome)
 
 void Service::fail(Request& request, const std::vector<RpcError>& errors)
 {
+    if (errors.front().tag == "malformed-message" && !request.session->base_1_1) {
+        RpcError told = errors.front(); // not to be sent to such a client (RFC 6241, appendix A)
+        told.tag = "operation-failed";
+        fail(request, {told});
+        return;
+    }
+    if (errors.front().type == "rpc") { // no correct rpc message (RFC 6022, 2.1.5); whoever took it counted it as one
+        request.session->in_rpcs.fetch_sub(1, std::memory_order_relaxed);
+        request.session->in_bad_rpcs.fetch_add(1, std::memory_order_relaxed);
+    }
     parts_.counters.count_request(request.operation, false);
     for (const RpcError& error : errors) {
         parts_.counters.count_refusal(error.tag);

@@ -55,8 +55,12 @@ public:
         return message;
     }
     /// The hello has come: longer messages are taken.
-    void open() { in_.set_max_message_bytes(limits_.message_bytes); }
-    /// The hellos agree on chunks.
+    void open()
+    {
+        in_.set_max_message_bytes(limits_.message_bytes);
+        info_->base_1_1 = framing_ == netconf::Framing::chunked;
+    }
+    /// The hellos agree on base:1.1, and so on chunks.
     void use_chunks();
     /// Forgets what was to be sent.
     void abandon()

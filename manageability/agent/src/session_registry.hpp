@@ -22,6 +22,7 @@ struct SessionInfo {
     std::string host;      ///< numeric address; empty on the box
     std::chrono::system_clock::time_point login = std::chrono::system_clock::now();
     std::atomic<bool> subscribed{false};
+    std::atomic<bool> base_1_1{true}; ///< the client knows base:1.1 and its errors
     std::atomic<uint32_t> in_rpcs{0};
     std::atomic<uint32_t> in_bad_rpcs{0};
     std::atomic<uint32_t> out_rpc_errors{0};

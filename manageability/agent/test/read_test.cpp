@@ -349,4 +349,43 @@ TEST_F(Read, RefusesMessagesThatAreNone)
     EXPECT_THAT(agent.send(agent.owner, deep), HasSubstr("levels deep"));
 }
 
+TEST_F(Read, CountsMessagesThatAreNoCorrectRpcByThemselves)
+{
+    agent.owner->in_rpcs = 10; // as if they had been taken
+    const char* const base = "urn:ietf:params:xml:ns:netconf:base:1.0";
+    agent.send(agent.owner, "<rpc><get></rpc>");
+    agent.send(agent.owner, "<hello/>");
+    agent.send(agent.owner, "<rpc xmlns=\"" + std::string{base} + "\"><get/></rpc>");
+    EXPECT_EQ(agent.owner->in_bad_rpcs, 3U);
+    EXPECT_EQ(agent.owner->in_rpcs, 7U);
+    agent.ask("<fetch/>"); // a correct message
+    EXPECT_EQ(agent.owner->in_bad_rpcs, 3U);
+}
+
+TEST_F(Read, TellsClientsOfBase10OfMalformedMessagesInTheirTerms)
+{
+    agent.owner->base_1_1 = false;
+    const auto malformed = agent.send(agent.owner, "<rpc><get></rpc>");
+    EXPECT_THAT(malformed, HasSubstr("<error-tag>operation-failed</error-tag>"));
+    EXPECT_THAT(malformed, Not(HasSubstr("malformed-message")));
+}
+
+TEST_F(Read, EchoesNoAttributesThatAreNotWellFormed)
+{
+    const std::string operation = "<get-config><source><running/></source></get-config>";
+    const auto send = [&](const std::string& attributes) {
+        return agent.send(agent.owner, "<rpc xmlns=\"urn:ietf:params:xml:ns:netconf:base:1.0\" " + attributes + ">" +
+                                           operation + "</rpc>");
+    };
+    ASSERT_THAT(send("message-id=\"1\""), HasSubstr("<data"));
+    // Known by now but for its message-id, so it is answered without being parsed.
+    for (const char* attributes :
+         {"message-id=\"&foo;\"", "message-id=\"a<b\"", "message-id=\"&#1;\"", "message-id=\"1\" message-id=\"1\"",
+          "message-id=\"\xFF\"", "message-id=\"1\" x:y=\"z\""}) {
+        const std::string reply = send(attributes);
+        EXPECT_THAT(reply, HasSubstr("malformed-message")) << attributes;
+        EXPECT_THAT(reply, HasSubstr("<rpc-reply xmlns=\"urn:ietf:params:xml:ns:netconf:base:1.0\">")) << attributes;
+    }
+}
+
 } // namespace

@@ -19,6 +19,12 @@ constexpr const char* kEdit = R"(<optical-attenuator xmlns="http://openconfig.ne
     <config><name>0/0-VOA-BST2</name><attenuation>12.5</attenuation></config>
   </attenuator></attenuators></optical-attenuator>)";
 
+constexpr const char* kRemoval =
+    R"(<interface-configurations xmlns="http://quarn.example/ns/yang/Quarn-KMT-VN-ifmgr-cfg"
+         xmlns:nc="urn:ietf:params:xml:ns:netconf:base:1.0"><interface-configuration nc:operation="delete">
+         <active>act</active><interface-name>Ots0/0/0/0</interface-name>
+       </interface-configuration></interface-configurations>)";
+
 constexpr const char* kNativePath =
     "/Quarn-KMT-VN-ifmgr-cfg:interface-configurations/interface-configuration[active='act']"
     "[interface-name='Ots0/0/0/2']/Quarn-KMT-VN-controller-ots-cfg:ots/ots-tx-voa-attenuation";
@@ -61,6 +67,19 @@ TEST_F(AgentCommands, ShowSaysWhichReadingsAreMissing)
     ASSERT_EQ(agent_.zpf({"set", "0/0-VOA-BST2", "4"}).status, 0);
     EXPECT_THAT(agent_.zpf({"show"}).out, HasSubstr("0/0-VOA-BST2  Ots0/0/0/2            4.0          -  -\n"));
     EXPECT_EQ(agent_.json({"show"}).at(1).at("actual-db"), nullptr);
+}
+
+TEST_F(AgentCommands, ShowDoesNotTakeAReadingForConfiguration)
+{
+    // The reading stays what it was, so there is a value that could be taken for a configured one.
+    ASSERT_EQ(agent_.zpf({"fault", "0/0-VOA-BST0", "reads-slowly", "--delay", "600000"}).status, 0);
+    ASSERT_EQ(agent_.zpf({"edit", "-"}, kRemoval).status, 0);
+    EXPECT_THAT(agent_.zpf({"show"}).out, HasSubstr("0/0-VOA-BST0  Ots0/0/0/0              -        3.1  yes\n"));
+    const Json list = agent_.json({"show"});
+    for (const Json& each : list) {
+        const bool removed = each.at("name") == "0/0-VOA-BST0";
+        EXPECT_EQ(each.at("configured-db"), removed ? Json(nullptr) : Json(9.5));
+    }
 }
 
 TEST_F(AgentCommands, SetPrintsTheValueBeforeAndAfterAsTheDeviceHasThem)
@@ -295,6 +314,7 @@ TEST(Usage, IsCheckedBeforeTheAgentIsAsked)
                                                        {"sessions", "kill"},
                                                        {"sessions", "kill", "me"},
                                                        {"watch", "--count", "few"},
+                                                       {"watch", "--count", "-1"},
                                                        {"completion"},
                                                        {"completion", "fish"},
                                                        {"store"}};
@@ -305,6 +325,13 @@ TEST(Usage, IsCheckedBeforeTheAgentIsAsked)
         EXPECT_EQ(outcome.status, 2) << ::testing::PrintToString(usage);
         EXPECT_NE(outcome.err, "") << ::testing::PrintToString(usage);
     }
+}
+
+TEST(Usage, NamesWhatIsWrong)
+{
+    EXPECT_THAT(run({ZPF_PROGRAM, "bogus"}).err, HasSubstr("\"bogus\" is no command"));
+    EXPECT_THAT(run({ZPF_PROGRAM}).err, HasSubstr("A subcommand is required"));
+    EXPECT_THAT(run({ZPF_PROGRAM, "watch", "--count", "-1"}).err, AllOf(HasSubstr("--count"), HasSubstr("\"-1\"")));
 }
 
 } // namespace

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <sstream>
 
 #include "programs.hpp"
 
@@ -13,6 +14,15 @@ namespace {
 
 using ::testing::HasSubstr;
 using ::testing::MatchesRegex;
+
+constexpr const char* kRemoval =
+    R"(<interface-configurations xmlns="http://quarn.example/ns/yang/Quarn-KMT-VN-ifmgr-cfg"
+         xmlns:nc="urn:ietf:params:xml:ns:netconf:base:1.0"><interface-configuration nc:operation="delete">
+         <active>act</active><interface-name>Ots0/0/0/0</interface-name>
+       </interface-configuration></interface-configurations>)";
+
+constexpr const char* kOtherChange =
+    R"(<nacm xmlns="urn:ietf:params:xml:ns:yang:ietf-netconf-acm"><enable-nacm>true</enable-nacm></nacm>)";
 
 class Following : public ::testing::Test {
 protected:
@@ -52,6 +62,34 @@ TEST_F(Following, WatchPrintsAnObjectALineForPrograms)
     EXPECT_EQ(line.erase("time"), 1U);
     EXPECT_EQ(line,
               Json::parse(R"({"attenuator": "0/0-VOA-BST0", "what": "configured", "before": 3.0, "after": 4.0})"));
+}
+
+TEST_F(Following, WatchTellsARemovalAsAChangeOfTheAttenuatorOnly)
+{
+    Program watch(agent_.command({"watch", "--json", "--count", "3"}));
+    ASSERT_TRUE(watch.wait_for_errors("watching"));
+    for (const char* const name : {"0/0-VOA-BST0", "0/0-VOA-BST2"}) { // the device stays as it is
+        ASSERT_EQ(agent_.zpf({"fault", name, "reads-slowly", "--delay", "600000"}).status, 0);
+    }
+    // The order in which a notification has its targets must not matter, so there is something behind each change.
+    ASSERT_EQ(agent_.zpf({"edit", "-"}, kRemoval).status, 0);
+    ASSERT_EQ(agent_.zpf({"set", "0/0-VOA-BST2", "4"}).status, 0);
+    ASSERT_EQ(agent_.zpf({"edit", "-"}, kOtherChange).status, 0);
+    const Outcome outcome = watch.end();
+    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    std::istringstream lines(outcome.out);
+    for (const char* const expected :
+         {R"({"attenuator": "0/0-VOA-BST0", "what": "configured", "before": 3.0, "after": null})",
+          R"({"attenuator": "0/0-VOA-BST2", "what": "configured", "before": 9.5, "after": 4.0})"}) {
+        std::string text;
+        std::getline(lines, text);
+        Json line = Json::parse(text);
+        line.erase("time");
+        EXPECT_EQ(line, Json::parse(expected));
+    }
+    std::string other;
+    std::getline(lines, other);
+    EXPECT_THAT(Json::parse(other).at("path").get<std::string>(), HasSubstr("enable-nacm"));
 }
 
 TEST_F(Following, WatchEndsOnInterruptAndWithTheAgent)

@@ -31,5 +31,14 @@ TEST(KeyInPath, FindsTheValueWhateverThePrefix)
     EXPECT_EQ(key_in_path("/a/b", "name"), "");
 }
 
+TEST(TopOf, IsTheFirstStepWithoutItsPrefix)
+{
+    EXPECT_EQ(top_of("/m:a/m:b"), "a");
+    EXPECT_EQ(top_of("/a[m:k='x/y']/n:c"), "a");
+    EXPECT_EQ(top_of("/m:a"), "a");
+    EXPECT_EQ(top_of("a/b"), "");
+    EXPECT_EQ(top_of(""), "");
+}
+
 } // namespace
 } // namespace zpf::cli

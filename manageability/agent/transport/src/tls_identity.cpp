@@ -87,11 +87,16 @@ TlsIdentities::TlsIdentities(const std::vector<UserEntry>& users, bool has_autho
     }
 }
 
+const std::string* TlsIdentities::listed_user(X509* certificate) const
+{
+    const auto found = user_by_fingerprint_.find(fingerprint_of(certificate));
+    return found == user_by_fingerprint_.end() ? nullptr : &found->second;
+}
+
 std::optional<std::string> TlsIdentities::user_of(X509* certificate) const
 {
-    if (const auto found = user_by_fingerprint_.find(fingerprint_of(certificate));
-        found != user_by_fingerprint_.end()) {
-        return found->second;
+    if (const std::string* const user = listed_user(certificate)) {
+        return *user;
     }
     return has_authority_ ? common_name_of(certificate) : std::nullopt;
 }
@@ -100,7 +105,8 @@ int TlsIdentities::verify(X509_STORE_CTX* store, void* identities)
 {
     const auto& self = *static_cast<const TlsIdentities*>(identities);
     X509* certificate = X509_STORE_CTX_get0_cert(store);
-    if (self.has_authority_ && X509_verify_cert(store) != 1) {
+    const bool listed = certificate != nullptr && self.listed_user(certificate) != nullptr;
+    if (!listed && self.has_authority_ && X509_verify_cert(store) != 1) {
         return 0;
     }
     if (certificate == nullptr || !self.user_of(certificate)) {

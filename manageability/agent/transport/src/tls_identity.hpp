@@ -21,12 +21,15 @@ public:
      * none. */
     [[nodiscard]] std::optional<std::string> user_of(X509* certificate) const;
 
-    /** For SSL_CTX_set_cert_verify_callback, with the object as its argument. Without authority, a certificate is good
-     * exactly when its fingerprint is listed; with one, also the chain has to hold. One that names no user is never
-     * good. */
+    /** For SSL_CTX_set_cert_verify_callback, with the object as its argument. A certificate is good when its
+     * fingerprint is listed, whoever has signed it, or when an authority vouches for it. One that names no user is
+     * never good. */
     static int verify(X509_STORE_CTX* store, void* identities);
 
 private:
+    /** The user of the certificate's fingerprint, or null. */
+    [[nodiscard]] const std::string* listed_user(X509* certificate) const;
+
     std::map<std::string, std::string, std::less<>> user_by_fingerprint_; // lower-case hexadecimal
     bool has_authority_;
 };

@@ -32,13 +32,18 @@ void load_certificate(SSL_CTX* context, const CertificateFiles& files)
     }
 }
 
-void load_authority(SSL_CTX* context, const std::string& file)
+void load_authority(SSL_CTX* context, const std::string& file, bool only_theirs)
 {
     STACK_OF(X509_NAME)* names = SSL_load_client_CA_file(file.c_str());
     if (names == nullptr || SSL_CTX_load_verify_locations(context, file.c_str(), nullptr) != 1) {
         throw std::runtime_error(file + ": no certificate authority can be read from it: " + openssl_reason());
     }
-    SSL_CTX_set_client_CA_list(context, names); // takes them
+    // A client may keep back a certificate of none of the authorities that it is told of (RFC 8446, 4.2.4).
+    if (only_theirs) {
+        SSL_CTX_set_client_CA_list(context, names); // takes them
+    } else {
+        sk_X509_NAME_pop_free(names, X509_NAME_free);
+    }
 }
 
 TlsContext make_context(const TlsOptions& options, TlsIdentities& identities)
@@ -61,7 +66,7 @@ TlsContext make_context(const TlsOptions& options, TlsIdentities& identities)
                                         ? own_certificate(options.state_dir)
                                         : CertificateFiles{options.certificate_file, options.key_file});
     if (!options.ca_file.empty()) {
-        load_authority(context.get(), options.ca_file);
+        load_authority(context.get(), options.ca_file, options.users.empty());
     }
     SSL_CTX_set_verify(context.get(), SSL_VERIFY_PEER | SSL_VERIFY_FAIL_IF_NO_PEER_CERT, nullptr);
     SSL_CTX_set_cert_verify_callback(context.get(), TlsIdentities::verify, &identities);

@@ -75,18 +75,36 @@ TEST_F(TlsTransport, RefusesAClientWithoutACertificate)
     EXPECT_TRUE(echo_.peers().empty());
 }
 
-TEST_F(TlsTransport, RefusesACertificateOfAnotherAuthorityEvenWhenItsFingerprintIsListed)
+TEST_F(TlsTransport, RefusesACertificateOfAnotherAuthorityWhoseFingerprintIsNotListed)
 {
     const Identity other = setup_.identity("other", "/CN=Test authority");
     const Identity forged = setup_.identity("forged", "/CN=alice", &other);
     const Identity lonely = setup_.identity("lonely", "/CN=alice");
+    const Identity listed = setup_.identity("listed", "/CN=alice");
     TlsOptions options = setup_.options();
-    options.users = {{forged.fingerprint, "alice"}};
+    options.users = {{listed.fingerprint, "alice"}};
     start(options);
     EXPECT_FALSE(lets_in(&forged));
     EXPECT_FALSE(lets_in(&lonely));
     EXPECT_TRUE(echo_.peers().empty());
     EXPECT_TRUE(lets_in(&setup_.client()));
+}
+
+TEST_F(TlsTransport, TakesAListedCertificateBesideThoseOfTheAuthority)
+{
+    const Identity lonely = setup_.identity("lonely", "/CN=whoever");
+    const Identity other = setup_.identity("other", "/CN=Another authority");
+    const Identity signed_elsewhere = setup_.identity("elsewhere", "/CN=whoever", &other);
+    TlsOptions options = setup_.options();
+    options.users = {{lonely.fingerprint, "bob"}, {signed_elsewhere.fingerprint, "carol"}};
+    start(options);
+    ASSERT_TRUE(lets_in(&lonely)) << reason_;
+    EXPECT_EQ(echo_.peers().back().user, "bob");
+    ASSERT_TRUE(lets_in(&lonely, TLS1_2_VERSION)) << reason_;
+    ASSERT_TRUE(lets_in(&signed_elsewhere)) << reason_;
+    EXPECT_EQ(echo_.peers().back().user, "carol");
+    ASSERT_TRUE(lets_in(&setup_.client())) << reason_;
+    EXPECT_EQ(echo_.peers().back().user, "alice");
 }
 
 TEST_F(TlsTransport, TakesExactlyTheListedCertificatesWithoutAnAuthority)

@@ -76,9 +76,9 @@ struct TlsOptions : ConnectionLimits {
     std::string state_dir; ///< must exist; the server's key and certificate are made here when no files are named
     std::string certificate_file; ///< PEM, with the chain; empty: the one in state_dir
     std::string key_file;         ///< PEM; empty exactly when certificate_file is
-    std::string ca_file;          ///< PEM; clients must have a certificate that these authorities vouch for
-    /** SHA-256 fingerprint in hexadecimal (any case, with or without colons), user. Names the user whatever the
-     * certificate's common name says; without ca_file, these certificates and no others are let in. */
+    std::string ca_file;          ///< PEM; clients are let in by a certificate that these authorities vouch for
+    /** SHA-256 fingerprint in hexadecimal (any case, with or without colons), user. These certificates are let in,
+     * whoever has signed them, and name the user whatever their common name says; without ca_file, no others are. */
     std::vector<UserEntry> users;
 };
 
