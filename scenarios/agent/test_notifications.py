@@ -56,6 +56,15 @@ class Events(NotificationTest):
         deleted = self.next(watcher, "netconf-config-change")
         self.assertEqual({x.text for x in deleted.iter() if isinstance(x.tag, str) and local(x) == "operation"}, {"delete"})
 
+    def test_what_the_agent_undoes_by_itself_is_told_as_the_servers_change(self):
+        self.session.edit(controller("Ots0/0/0/2", 33), "candidate")
+        watcher = self.watch()
+        self.session.ok("<commit><confirmed/><confirm-timeout>1</confirm-timeout></commit>")
+        self.assertIn("username", self.parts(self.next(watcher, "netconf-config-change")))
+        undone = self.parts(self.next(watcher, "netconf-config-change"))
+        self.assertIn("server", undone)
+        self.assertNotIn("username", undone)
+
     def test_an_edit_without_effect_or_refused_is_not_told(self):
         watcher = self.watch(f'<filter type="subtree"><netconf-config-change xmlns="{NOTIFICATIONS}"/></filter>')
         self.session.edit(controller("Ots0/0/0/2", 95))

@@ -148,7 +148,21 @@ private:
             throw std::bad_alloc();
         }
         const bridge::TextPtr owned{text};
-        out.append(text ? text : "");
+        append_printed(text != nullptr ? text : "", out);
+    }
+
+    /// libyang gives the attribute that tags defaults its module's namespace; clients look for that of RFC 6243, 6.
+    void append_printed(std::string_view text, std::string& out) const
+    {
+        constexpr std::string_view kModules = R"(xmlns:ncwd="urn:ietf:params:xml:ns:yang:ietf-netconf-with-defaults")";
+        constexpr std::string_view kOwn = R"(xmlns:ncwd="urn:ietf:params:xml:ns:netconf:default:1.0")";
+        if (plan_.with_defaults() == WithDefaults::report_all_tagged) {
+            for (std::size_t at = text.find(kModules); at != std::string_view::npos; at = text.find(kModules)) {
+                out.append(text.substr(0, at)).append(kOwn);
+                text.remove_prefix(at + kModules.size());
+            }
+        }
+        out.append(text);
     }
 
     const ReadPlan& plan_;

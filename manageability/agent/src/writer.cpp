@@ -160,7 +160,8 @@ void WriterTurn::change_running(const ChangeMap& changes)
         const auto after = client_view(mapper(), running());
         const ClientView view =
             before && after ? ClientView{before->get(), after->get()} : ClientView{nullptr, nullptr};
-        announce(config_change(mapper().yang(), session_.get(), view, made));
+        announce(
+            config_change(mapper().yang(), session_->id != 0 ? session_.get() : nullptr, view, made)); // 0: the agent
     }
 }
 
