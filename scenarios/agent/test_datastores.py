@@ -44,6 +44,19 @@ class Locks(DatastoreTest):
         self.assertTrue(other.edit(controller("Ots0/0/0/2", 3)).ok)
         self.assertEqual(self.voa(), "3")
 
+    def test_datastores_may_be_named_as_nmda_does(self):
+        named = ('<datastore xmlns="urn:ietf:params:xml:ns:yang:ietf-netconf-nmda" '
+                 'xmlns:ds="urn:ietf:params:xml:ns:yang:ietf-datastores">ds:{}</datastore>')
+        for name in ("running", "candidate"):
+            self.session.ok(f"<lock><target>{named.format(name)}</target></lock>")
+            self.assert_refused(self.open().rpc(lock(name)), "lock-denied")
+            self.session.ok(f"<validate><source>{named.format(name)}</source></validate>")
+            self.session.ok(f"<unlock><target>{named.format(name)}</target></unlock>")
+        self.assert_refused(self.session.rpc(f"<lock><target>{named.format('operational')}</target></lock>"),
+                            "invalid-value", info=[("bad-element", "datastore")])
+        self.assert_refused(self.session.rpc('<lock><target><running xmlns="urn:example:other"/></target></lock>'),
+                            "unknown-element")
+
     def test_reads_go_on_under_a_lock(self):
         self.session.ok(lock("running"))
         self.assertEqual(self.open().get_config(native())[VOA], "95")

@@ -12,6 +12,8 @@ namespace zpf::agent {
 
 namespace {
 
+constexpr std::string_view kNmdaNamespace = "urn:ietf:params:xml:ns:yang:ietf-netconf-nmda";
+
 /// A configuration without anything in it.
 class Nothing final : public kelda::Reader {
 public:
@@ -57,13 +59,31 @@ Element config_in(Element operation, std::string_view parameter)
 bool names_candidate(Element operation, std::string_view parameter)
 {
     const Element name = only_child(operation, parameter);
-    if (name.name() == "candidate" || name.name() == "running") {
+    if (name.is("candidate", operation.ns()) || name.is("running", operation.ns())) {
         return name.name() == "candidate";
     }
     const bool url = name.name() == "url" || name.name() == "startup";
     throw refused_protocol(url ? "operation-not-supported" : "unknown-element",
                            "There is no datastore \"" + std::string{name.name()} + "\" here.",
                            std::string{name.name()});
+}
+
+/// Whether the name of a datastore, as NMDA's operations write it, is that of the candidate and not of running.
+bool is_candidate(std::string_view name)
+{
+    name.remove_prefix(name.find(':') == std::string_view::npos ? 0 : name.find(':') + 1);
+    if (name != "running" && name != "candidate") {
+        throw refused_protocol("invalid-value", "The datastores that can be edited are running and candidate.",
+                               "datastore");
+    }
+    return name == "candidate";
+}
+
+/// The same where NMDA adds a way to name the datastore (RFC 8526, 3.2).
+bool names_candidate_in_either_way(Element operation, std::string_view parameter)
+{
+    const Element name = only_child(operation, parameter);
+    return name.is("datastore", kNmdaNamespace) ? is_candidate(name.text()) : names_candidate(operation, parameter);
 }
 
 /// The configuration that an edit brings along; throws Refused.
@@ -165,13 +185,11 @@ void Service::edit_data(Lane&, const RequestPtr& request, Element operation, boo
 {
     check_parameters_once(operation, {"datastore", "default-operation", "config", "url"});
     const Element datastore = operation.child("datastore");
-    std::string_view name = datastore ? datastore.text() : std::string_view{};
-    name.remove_prefix(name.find(':') == std::string_view::npos ? 0 : name.find(':') + 1);
-    if (name != "running" && name != "candidate") {
-        throw refused_protocol(datastore ? "invalid-value" : "missing-element",
-                               "The datastores that can be edited are running and candidate.", "datastore");
+    if (!datastore) {
+        throw refused_protocol("missing-element", "The request does not say which datastore it means.", "datastore");
     }
-    edit(request, config_of(operation), name == "candidate", operation);
+    const bool candidate = is_candidate(datastore.text());
+    edit(request, config_of(operation), candidate, operation);
 }
 
 void Service::edit(const RequestPtr& request, Element config, bool candidate, Element operation)
@@ -280,7 +298,7 @@ void Service::delete_config(Lane&, const RequestPtr&, Element operation, bool)
 void Service::lock(Lane&, const RequestPtr& request, Element operation, bool)
 {
     check_parameters_once(operation, {"target"});
-    const bool candidate = names_candidate(operation, "target");
+    const bool candidate = names_candidate_in_either_way(operation, "target");
     write(request, [candidate](WriterTurn& turn) {
         WriterState& state = turn.state();
         Lock& lock = candidate ? state.candidate_lock : state.running_lock;
@@ -310,7 +328,7 @@ void Service::lock(Lane&, const RequestPtr& request, Element operation, bool)
 void Service::unlock(Lane&, const RequestPtr& request, Element operation, bool)
 {
     check_parameters_once(operation, {"target"});
-    const bool candidate = names_candidate(operation, "target");
+    const bool candidate = names_candidate_in_either_way(operation, "target");
     write(request, [candidate](WriterTurn& turn) {
         Lock& lock = candidate ? turn.state().candidate_lock : turn.state().running_lock;
         if (lock.session != turn.session().id) {
@@ -460,7 +478,7 @@ void Service::validate_config(Lane&, const RequestPtr& request, Element operatio
 {
     check_parameters_once(operation, {"source"});
     const Element config = config_in(operation, "source");
-    const bool candidate = !config && names_candidate(operation, "source");
+    const bool candidate = !config && names_candidate_in_either_way(operation, "source");
     write(request, [this, request, config, candidate](WriterTurn& turn) {
         const Yang& yang = turn.mapper().yang();
         if (config) {
