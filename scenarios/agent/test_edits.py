@@ -134,6 +134,12 @@ class Options(AgentTest):
         self.assert_refused(self.edit("<colour>red</colour>", config), "unknown-element", info=[("bad-element", "colour")])
         self.assertEqual(self.voa(), "95")
 
+    def test_a_leaf_that_stands_twice_is_refused(self):
+        twice = "<description>one</description><description>two</description>"
+        self.assert_refused(self.session.edit(native(interface("Ots0/0/0/2", twice))), "bad-element",
+                            info=[("bad-element", "description")])
+        self.assertNotIn(native_path("Ots0/0/0/2", "description"), self.session.get_config())
+
     def test_parameters_that_stand_twice_are_refused(self):
         config = f"<config>{controller('Ots0/0/0/2', 7)}</config>"
         running = "<target><running/></target>"

@@ -348,8 +348,12 @@ void ConfigEdit::apply_inner(Element element, lyd_node& node, Operation operatio
                       std::string{element.name()});
     }
     std::vector<const lysc_node*> chosen; // nodes of cases
+    std::set<const lysc_node*> leaves;
     for (const Element child : element.children()) {
         const lysc_node& schema = child_schema(yang_, child, *node.schema);
+        if (schema.nodetype == LYS_LEAF && !leaves.insert(&schema).second) {
+            throw refused("bad-element", "The leaf stands twice.", local_path(yang_, child), std::string{child.name()});
+        }
         if (is_in_case(schema) && !takes_away(child)) {
             if (std::any_of(chosen.begin(), chosen.end(),
                             [&](const lysc_node* other) { return exclude_each_other(*other, schema); })) {
