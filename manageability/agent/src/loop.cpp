@@ -13,6 +13,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include "awake.hpp"
 #include "local_user.hpp"
 #include "rpc_error.hpp"
 
@@ -26,7 +27,6 @@ constexpr uint64_t kSignalTag = uint64_t{1} << 41;
 constexpr uint64_t kListenerTag = uint64_t{1} << 42; ///< plus the descriptor
 
 constexpr std::chrono::seconds kShutdownTime{5};
-constexpr std::chrono::microseconds kMostAwake{100};
 
 /// Whether another thread can run while this one is awake.
 bool has_processors()

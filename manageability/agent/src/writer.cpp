@@ -5,6 +5,7 @@
 
 #include <algorithm>
 
+#include "awake.hpp"
 #include "config_change.hpp"
 #include "confirmed_record.hpp"
 #include "record_path.hpp"
@@ -19,7 +20,6 @@ constexpr const char* kSessionEnd = "session end";
 constexpr std::size_t kMostJobs = 512; ///< in one batch: none waits long for those before it
 constexpr int kGatherShare = 4;        ///< one part in so many of a commit's time
 constexpr std::chrono::milliseconds kMostGathering{5};
-constexpr std::chrono::microseconds kMostAwake{100};
 
 std::vector<device::Change> for_device(const kelda::Changes& changes)
 {

@@ -19,12 +19,6 @@ constexpr const char* kEdit = R"(<optical-attenuator xmlns="http://openconfig.ne
     <config><name>0/0-VOA-BST2</name><attenuation>12.5</attenuation></config>
   </attenuator></attenuators></optical-attenuator>)";
 
-constexpr const char* kRemoval =
-    R"(<interface-configurations xmlns="http://quarn.example/ns/yang/Quarn-KMT-VN-ifmgr-cfg"
-         xmlns:nc="urn:ietf:params:xml:ns:netconf:base:1.0"><interface-configuration nc:operation="delete">
-         <active>act</active><interface-name>Ots0/0/0/0</interface-name>
-       </interface-configuration></interface-configurations>)";
-
 constexpr const char* kNativePath =
     "/Quarn-KMT-VN-ifmgr-cfg:interface-configurations/interface-configuration[active='act']"
     "[interface-name='Ots0/0/0/2']/Quarn-KMT-VN-controller-ots-cfg:ots/ots-tx-voa-attenuation";
@@ -73,7 +67,7 @@ TEST_F(AgentCommands, ShowDoesNotTakeAReadingForConfiguration)
 {
     // The reading stays what it was, so there is a value that could be taken for a configured one.
     ASSERT_EQ(agent_.zpf({"fault", "0/0-VOA-BST0", "reads-slowly", "--delay", "600000"}).status, 0);
-    ASSERT_EQ(agent_.zpf({"edit", "-"}, kRemoval).status, 0);
+    ASSERT_EQ(agent_.zpf({"edit", "-"}, kRemovalOfBst0).status, 0);
     EXPECT_THAT(agent_.zpf({"show"}).out, HasSubstr("0/0-VOA-BST0  Ots0/0/0/0              -        3.1  yes\n"));
     const Json list = agent_.json({"show"});
     for (const Json& each : list) {

@@ -15,12 +15,6 @@ namespace {
 using ::testing::HasSubstr;
 using ::testing::MatchesRegex;
 
-constexpr const char* kRemoval =
-    R"(<interface-configurations xmlns="http://quarn.example/ns/yang/Quarn-KMT-VN-ifmgr-cfg"
-         xmlns:nc="urn:ietf:params:xml:ns:netconf:base:1.0"><interface-configuration nc:operation="delete">
-         <active>act</active><interface-name>Ots0/0/0/0</interface-name>
-       </interface-configuration></interface-configurations>)";
-
 constexpr const char* kOtherChange =
     R"(<nacm xmlns="urn:ietf:params:xml:ns:yang:ietf-netconf-acm"><enable-nacm>true</enable-nacm></nacm>)";
 
@@ -72,7 +66,7 @@ TEST_F(Following, WatchTellsARemovalAsAChangeOfTheAttenuatorOnly)
         ASSERT_EQ(agent_.zpf({"fault", name, "reads-slowly", "--delay", "600000"}).status, 0);
     }
     // The order in which a notification has its targets must not matter, so there is something behind each change.
-    ASSERT_EQ(agent_.zpf({"edit", "-"}, kRemoval).status, 0);
+    ASSERT_EQ(agent_.zpf({"edit", "-"}, kRemovalOfBst0).status, 0);
     ASSERT_EQ(agent_.zpf({"set", "0/0-VOA-BST2", "4"}).status, 0);
     ASSERT_EQ(agent_.zpf({"edit", "-"}, kOtherChange).status, 0);
     const Outcome outcome = watch.end();

@@ -12,6 +12,13 @@
 
 namespace zpf::cli::test {
 
+/// An edit that takes away all that is configured of the port behind attenuator 0/0-VOA-BST0.
+inline constexpr const char* kRemovalOfBst0 =
+    R"(<interface-configurations xmlns="http://quarn.example/ns/yang/Quarn-KMT-VN-ifmgr-cfg"
+         xmlns:nc="urn:ietf:params:xml:ns:netconf:base:1.0"><interface-configuration nc:operation="delete">
+         <active>act</active><interface-name>Ots0/0/0/0</interface-name>
+       </interface-configuration></interface-configurations>)";
+
 using Json = nlohmann::ordered_json;
 
 /// A folder that goes with the object.

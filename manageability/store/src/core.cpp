@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Opening a store, and the pool of read transactions.
+// Opening a store, commits of the durable branch and what becomes of them when the disk fails, and the pool of read
+// transactions.
 #include "core.hpp"
 
 #include <fmt/format.h>
@@ -53,13 +54,14 @@ void Core::look_over(const std::string& file)
 {
     const auto may_be_torn = [&] { return folder_.may_have_lost_power(DataFile{file}.header().commit); };
     if (!options_.read_only) {
-        undone_ = may_be_torn() ? undo_torn_commit(file) : "";
-        require_sound_file(file, PagesToLookAt::first);
-    } else if (folder_.keep_writers_out()) {
         if (may_be_torn()) {
-            require_no_torn_commit(file);
+            undone_ = undo_torn_commit(file);
+        } else {
+            require_sound_file(file, PagesToLookAt::first);
         }
-        require_sound_file(file, PagesToLookAt::first);
+    } else if (folder_.keep_writers_out()) {
+        may_be_torn() ? require_no_torn_commit(file)
+                      : static_cast<void>(require_sound_file(file, PagesToLookAt::first));
         folder_.let_writers_in();
     } else {
         is_beside_writer_ = true;

@@ -11,6 +11,7 @@
 #include <array>
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <filesystem>
 #include <mutex>
 #include <optional>
@@ -522,7 +523,8 @@ TEST(FailedSync, ShowsReadersWholeCommitsOnly)
             kept = round;
             ++done;
             EXPECT_FALSE(fails);
-        } catch (const StoreError&) { // the disk, or somebody who still reads what is gone
+        } catch (const StoreError&) { // the disk, or somebody who still reads what is gone: time for them to end
+            std::this_thread::sleep_for(std::chrono::microseconds{200});
         }
         ASSERT_EQ(std::stoi(std::string{store.snapshot().get("/config/0").value()}), kept);
     }
