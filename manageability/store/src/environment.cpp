@@ -67,18 +67,28 @@ Environment::Environment(std::string path, Use use, unsigned flags, std::size_t 
 
 /// Pages that a commit has taken and given up again are counted, but not written. The file gets them as a hole, so that
 /// few files are shorter than they say.
-void Environment::lengthen() const noexcept
+///
+/// The file is looked at only when it may have grown: a file that is looked at gets a finer time of its next change, which
+/// some file systems then write to the disk with each sync, at the price of another wait.
+void Environment::lengthen() noexcept
 {
     MDB_envinfo info;
     MDB_stat pages;
     mdb_env_info(env_.get(), &info);
     mdb_env_stat(env_.get(), &pages);
+    const std::uint64_t bytes = (info.me_last_pgno + std::uint64_t{1}) * pages.ms_psize;
+    if (bytes <= length_) {
+        return;
+    }
     struct stat file {};
     int fd = -1;
     mdb_env_get_fd(env_.get(), &fd);
-    const auto bytes = static_cast<off_t>((info.me_last_pgno + 1) * pages.ms_psize);
-    if (fstat(fd, &file) == 0 && file.st_size < bytes) {
-        static_cast<void>(::ftruncate(fd, bytes) == 0); // else each look goes over all of it
+    if (fstat(fd, &file) != 0) {
+        return;
+    }
+    const auto length = static_cast<std::uint64_t>(file.st_size);
+    if (length >= bytes || ::ftruncate(fd, static_cast<off_t>(bytes)) == 0) { // else each look goes over all of it
+        length_ = std::max(length, bytes);
     }
 }
 

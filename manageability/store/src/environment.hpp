@@ -43,7 +43,7 @@ public:
 
     TxnPtr begin(unsigned flags) const;
     /// Gives the file the length that it says it has, if it can. To be called after each commit.
-    void lengthen() const noexcept;
+    void lengthen() noexcept;
 
     /// Of the records. Throws StoreError when there is none.
     Digest digest(MDB_txn* txn) const;
@@ -60,6 +60,7 @@ private:
     std::unique_ptr<MDB_env, Close> env_;
     MDB_dbi tables_ = 0;
     MDB_dbi records_ = 0;
+    std::uint64_t length_ = 0; ///< of the file, as last seen: it never gets shorter
 };
 
 inline MDB_val to_val(std::string_view text)
