@@ -134,25 +134,27 @@ void Loop::run(int signals)
 
 /// Waits for what is to be done next. A client that was just answered often asks again at once, and putting a processor
 /// to sleep and waking it takes longer than that. So the loop stays awake for a moment when the last time it would have
-/// been worth it; with somebody else's work under way, that is another question than without.
+/// been worth it; with a request under way, or with several, that is another question than without.
 int Loop::wait(Ready& ready)
 {
     using Clock = std::chrono::steady_clock;
-    bool& is_worth_it = is_awake_worth_it_.at(under_way_ > 0 ? 1 : 0);
+    const std::size_t situation = std::min<std::size_t>(under_way_, 2);
+    bool& is_worth_it = is_awake_worth_it_.at(situation);
     const auto look = [&](int timeout) {
         return ::epoll_wait(epoll_.get(), ready.data(), static_cast<int>(ready.size()), timeout);
     };
     const Clock::time_point begin = Clock::now();
+    const Clock::time_point end = begin + (situation == 1 ? kMostAwakeForOne : kMostAwake);
     if (is_worth_it && has_processors()) {
         do {
             if (const int count = look(0); count != 0) {
                 return count;
             }
             std::this_thread::yield();
-        } while (Clock::now() < begin + kMostAwake);
+        } while (Clock::now() < end);
     }
     const int count = look(timeout_ms());
-    is_worth_it = Clock::now() < begin + kMostAwake;
+    is_worth_it = Clock::now() < end;
     return count;
 }
 

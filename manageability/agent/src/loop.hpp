@@ -95,7 +95,7 @@ private:
     std::thread::id thread_;
     bool stopping_ = false;
     std::size_t under_way_ = 0;               ///< requests that other threads work on
-    std::array<bool, 2> is_awake_worth_it_{}; ///< while nothing is under way, and while something is
+    std::array<bool, 3> is_awake_worth_it_{}; ///< with nothing, with one request and with several under way
 
     std::mutex inbox_mutex_; ///< guards what other threads bring
     bool woken_ = false;
