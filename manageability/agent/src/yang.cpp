@@ -65,6 +65,28 @@ bool refers_elsewhere(const lysc_node& node)
     return false;
 }
 
+/// True when the validity of an entry depends on more than the value of each of its leaves.
+bool has_groups(const lysc_node& node)
+{
+    if ((node.nodetype & (LYS_CHOICE | LYS_LEAFLIST | LYS_ANYDATA)) != 0) {
+        return true;
+    }
+    if (node.nodetype == LYS_LEAF) { // a union may hold references
+        return reinterpret_cast<const lysc_node_leaf&>(node).type->basetype == LY_TYPE_UNION;
+    }
+    for (const lysc_node* child = lysc_node_child(&node); child != nullptr; child = child->next) {
+        if (has_groups(*child)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+Judgement judgement_of(const lysc_node& top)
+{
+    return refers_elsewhere(top) ? Judgement::whole : has_groups(top) ? Judgement::by_entries : Judgement::by_values;
+}
+
 std::string features_of(const lys_module& module)
 {
     std::string names;
@@ -143,7 +165,7 @@ void Yang::index_tops()
         while ((node = lys_getnext(node, nullptr, module->compiled, 0)) != nullptr) {
             if ((node->nodetype & (LYS_CONTAINER | LYS_LIST | LYS_LEAF | LYS_LEAFLIST)) != 0) {
                 tops_.push_back(node);
-                judged_whole_[node] = refers_elsewhere(*node);
+                judgements_[node] = judgement_of(*node);
             }
         }
     }
@@ -162,8 +184,14 @@ Home Yang::home(const lysc_node& top) const
 
 bool Yang::judged_whole(const lysc_node& top) const
 {
-    const auto found = judged_whole_.find(&top);
-    return found == judged_whole_.end() || found->second;
+    const auto found = judgements_.find(&top);
+    return found == judgements_.end() || found->second == Judgement::whole;
+}
+
+bool Yang::judged_by_values(const lysc_node& top) const
+{
+    const auto found = judgements_.find(&top);
+    return found != judgements_.end() && found->second == Judgement::by_values;
 }
 
 void Yang::list_capabilities()

@@ -28,6 +28,13 @@ inline bool is_key(const lysc_node& node)
     return (node.flags & LYS_KEY) != 0;
 }
 
+/// How much of a module's data has to be looked at to tell whether a part of them is valid.
+enum class Judgement {
+    by_values, ///< each value alone
+    by_entries,
+    whole,
+};
+
 class Yang {
 public:
     /**
@@ -68,6 +75,8 @@ public:
     /// True when a module's data cannot be judged piece by piece: something in it refers to something else, or its
     /// order matters. Such data are loaded and validated whole.
     bool judged_whole(const lysc_node& top) const;
+    /// True when data without duplicates are valid once each value has its type.
+    bool judged_by_values(const lysc_node& top) const;
 
 private:
     void index_tops();
@@ -80,7 +89,7 @@ private:
     std::vector<std::string> capabilities_;
     std::string content_id_;
     std::unordered_map<const SchemaNode*, const lysc_node*> compiled_;
-    std::unordered_map<const lysc_node*, bool> judged_whole_;
+    std::unordered_map<const lysc_node*, Judgement> judgements_;
 };
 
 } // namespace zpf::agent

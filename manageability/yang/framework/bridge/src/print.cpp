@@ -70,4 +70,15 @@ std::optional<Refusal> validate_native(const Models& models, const Node& root)
     return std::nullopt;
 }
 
+std::optional<Refusal> check_values(const Models& models, const Node& root)
+{
+    ly_err_clean(models.libyang().models.get(), nullptr);
+    try {
+        static_cast<void>(build_data(models, root));
+    } catch (const Unfit& unfit) {
+        return invalid(unfit.path(), unfit.what());
+    }
+    return std::nullopt;
+}
+
 } // namespace zpf::bridge

@@ -225,6 +225,25 @@ TEST_P(UnfitAttenuation, IsRefusedByPath)
     EXPECT_NE(refusal->message, "");
 }
 
+TEST_P(UnfitAttenuation, IsRefusedTheSameWhenOnlyValuesAreChecked)
+{
+    const Tree tree = controller(GetParam());
+    const auto whole = bridge::validate_native(models(), tree.root());
+    const auto refusal = bridge::check_values(models(), tree.root());
+    ASSERT_TRUE(whole.has_value() && refusal.has_value());
+    EXPECT_EQ(refusal->tag, whole->tag);
+    EXPECT_EQ(refusal->path, whole->path);
+    EXPECT_EQ(refusal->bad_element, whole->bad_element);
+    EXPECT_EQ(refusal->message, whole->message);
+}
+
+TEST(CheckValues, PassesWhatTheModelsTake)
+{
+    EXPECT_FALSE(bridge::check_values(models(), controller("0").root()).has_value());
+    EXPECT_FALSE(bridge::check_values(models(), controller("200").root()).has_value());
+    EXPECT_FALSE(bridge::check_values(models(), Tree{}.root()).has_value());
+}
+
 INSTANTIATE_TEST_SUITE_P(Values, UnfitAttenuation,
                          ::testing::Values(std::nullopt, std::string_view{""}, std::string_view{"201"},
                                            std::string_view{"-1"}, std::string_view{"12.5"}, std::string_view{"x"}));

@@ -44,6 +44,10 @@ Tree parse_native(const Models& models, std::string_view text, const std::string
 /// Judges native data as they would be after an edit: each value against its type, keys, duplicates.
 std::optional<Refusal> validate_native(const Models& models, const Node& root);
 
+/// The same as far as elements, values and keys go, one by one. That is all there is to judge where no node demands
+/// anything of another one and none stands twice, for a fraction of the time.
+std::optional<Refusal> check_values(const Models& models, const Node& root);
+
 enum class Syntax { xml, json };
 
 /// Prints a reply or native data, each value validated and in canonical form. Throws Failure naming the path of a value
