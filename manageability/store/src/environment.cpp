@@ -68,8 +68,8 @@ Environment::Environment(std::string path, Use use, unsigned flags, std::size_t 
 /// Pages that a commit has taken and given up again are counted, but not written. The file gets them as a hole, so that
 /// few files are shorter than they say.
 ///
-/// The file is looked at only when it may have grown: a file that is looked at gets a finer time of its next change, which
-/// some file systems then write to the disk with each sync, at the price of another wait.
+/// The file is looked at only when it may have grown: a file that is looked at gets a finer time of its next change,
+/// which some file systems then write to the disk with each sync, at the price of another wait.
 void Environment::lengthen() noexcept
 {
     MDB_envinfo info;
