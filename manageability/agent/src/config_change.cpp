@@ -5,6 +5,7 @@
 
 #include <algorithm>
 
+#include "event.hpp"
 #include "request_tree.hpp"
 #include "rpc_error.hpp"
 #include "zpf_bridge/build.hpp"
@@ -82,6 +83,8 @@ void check_client_tree(Mapper& mapper, const kelda::Reader& before, const Change
     }
 }
 
+constexpr std::string_view kXmlNamespace = "http://www.w3.org/XML/1998/namespace";
+
 /// Attributes that an element of a configuration may have (RFC 6241, 7.2; RFC 7950, 7.8.6; RFC 6243, 6; RFC
 /// 8526, 3.1.1; those of XML itself).
 bool is_known(std::string_view name, std::string_view ns)
@@ -95,9 +98,9 @@ bool is_known(std::string_view name, std::string_view ns)
         {"default", "urn:ietf:params:xml:ns:yang:ietf-netconf-with-defaults"}, // as libyang prints it
         {"origin", "urn:ietf:params:xml:ns:yang:ietf-origin"},
     };
-    return ns == "http://www.w3.org/XML/1998/namespace" ||
-           std::any_of(std::begin(kKnown), std::end(kKnown),
-                       [&](const auto& known) { return known.first == name && known.second == ns; });
+    return ns == kXmlNamespace || std::any_of(std::begin(kKnown), std::end(kKnown), [&](const auto& known) {
+               return known.first == name && known.second == ns;
+           });
 }
 
 std::string path_below(Element config, Element element)
@@ -106,25 +109,85 @@ std::string path_below(Element config, Element element)
                                            : path_below(config, element.parent()) + "/" + std::string{element.name()};
 }
 
+Refused unknown_attribute(const char* name, const char* message, std::string path, Element element)
+{
+    RpcError error =
+        refused("unknown-attribute", message, std::move(path), std::string{element.name()}).errors().front();
+    error.info.insert(error.info.begin(), {"bad-attribute", name});
+    return Refused(std::move(error));
+}
+
 /// An operation that is not understood, say one without its namespace, must not turn into a merge.
 void check_attributes(Element config, Element parent)
 {
     for (const Element element : parent.children()) {
         for (const lyd_attr* attribute = element.attributes(); attribute != nullptr; attribute = attribute->next) {
             const char* const ns = attribute->name.module_ns;
-            if (is_known(attribute->name.name, ns != nullptr ? ns : "")) {
-                continue;
+            if (!is_known(attribute->name.name, ns != nullptr ? ns : "")) {
+                throw unknown_attribute(attribute->name.name, "An element of a configuration has no such attribute.",
+                                        path_below(config, element), element);
             }
-            RpcError error = refused("unknown-attribute", "An element of a configuration has no such attribute.",
-                                     path_below(config, element), std::string{element.name()})
-                                 .errors()
-                                 .front();
-            error.info.insert(error.info.begin(), {"bad-attribute", attribute->name.name});
-            throw Refused(std::move(error));
         }
         check_attributes(config, element);
     }
 }
+
+/// Nor must one that stands around everything, which has an element of its own: default-operation.
+void check_own_attributes(Element config)
+{
+    for (const lyd_attr* attribute = config.attributes(); attribute != nullptr; attribute = attribute->next) {
+        const char* const ns = attribute->name.module_ns;
+        if (ns == nullptr || ns != kXmlNamespace) {
+            throw unknown_attribute(attribute->name.name, "The element around a configuration has no such attribute.",
+                                    "", config);
+        }
+    }
+}
+
+/// Puts together what is asked for through the client's model and through the native ones, each seen against the
+/// configuration before: which of them comes first in a message means nothing, and neither may undo the other.
+class Union {
+public:
+    explicit Union(const Yang& yang) : yang_(yang) {}
+
+    ChangeSet of(ChangeSet client, ChangeMap native) const
+    {
+        require_no_gap(client.changes, native);
+        require_no_gap(native, client.changes);
+        for (auto& [name, value] : native) {
+            const auto found = client.changes.find(name);
+            if (found != client.changes.end() && found->second != value) {
+                contradict(name);
+            }
+            client.changes[name] = std::move(value);
+        }
+        return client;
+    }
+
+private:
+    /// What is set must not stand below what goes.
+    void require_no_gap(const ChangeMap& set, const ChangeMap& gone) const
+    {
+        for (const auto& [name, value] : set) {
+            for (std::size_t end = name.rfind('/'); value && end > kConfigBranch.size();
+                 end = name.rfind('/', end - 1)) {
+                const auto above = gone.find(std::string_view{name}.substr(0, end));
+                if (above != gone.end() && !above->second) {
+                    contradict(name);
+                }
+            }
+        }
+    }
+
+    [[noreturn]] void contradict(std::string_view name) const
+    {
+        throw refused("operation-failed",
+                      "The configuration asks for one thing through the client's model and for another one natively.",
+                      instance_identifier(yang_, name));
+    }
+
+    const Yang& yang_;
+};
 
 class Edit {
 public:
@@ -132,22 +195,43 @@ public:
         : mapper_(mapper), base_(base), default_operation_(default_operation), judge_(judge), author_(author)
     {}
 
-    ChangeSet run(Element config)
+    /// What the elements of the client's model change.
+    ChangeSet client(Element config) const
     {
-        if (!config.text().empty()) {
-            throw refused("bad-element", "There is text where only elements can stand.", "", "config");
+        ChangeSet set;
+        for (const Element top : config.children()) {
+            if (is_mapped(mapper_.yang(), top)) {
+                apply_mapped(top, set);
+            }
         }
-        check_attributes(config, config);
-        Element top = config.first_child();
-        while (top) {
-            top = is_mapped(mapper_.yang(), top) ? apply_mapped(top) : apply_kept(top);
+        return set;
+    }
+
+    /// What all others change.
+    ChangeMap native(Element config) const
+    {
+        const Yang& yang = mapper_.yang();
+        ConfigEdit edit(yang, base_);
+        std::vector<Element> tops;
+        for (const Element top : config.children()) {
+            if (!is_mapped(yang, top)) {
+                edit.prepare(top, default_operation_);
+                tops.push_back(top);
+            }
         }
-        return std::move(set_);
+        for (const Element top : tops) {
+            edit.apply(top, default_operation_);
+        }
+        ChangeMap made;
+        edit.finish(author_.nacm, author_.who, author_.counters, made);
+        if (judge_) {
+            validate(yang, Overlay(base_, made), made);
+        }
+        return made;
     }
 
 private:
-    /// Takes a top element of the client model. @return the one after it
-    Element apply_mapped(Element top)
+    void apply_mapped(Element top, ChangeSet& set) const
     {
         const Yang& yang = mapper_.yang();
         Tree request;
@@ -157,7 +241,7 @@ private:
         options.validate = [&](const Node& after) { return judge_native(yang, after); };
         ChangeMap made;
         {
-            const Overlay view(base_, set_.changes);
+            const Overlay view(base_, set.changes);
             const StoreSource source(yang, view, nullptr);
             const EditResult result = mapper_.driver().edit(mapper_.context(), &request.root(), source, options);
             if (result.refusal) {
@@ -171,34 +255,9 @@ private:
             check_client_tree(mapper_, view, made, author_);
         }
         for (auto& [name, value] : made) {
-            set_.through_client.insert(name);
-            set_.changes[name] = std::move(value);
+            set.through_client.insert(name);
+            set.changes[name] = std::move(value);
         }
-        return top.next();
-    }
-
-    /// Takes top elements up to the next of the client model. @return that, or the end
-    Element apply_kept(Element first)
-    {
-        const Yang& yang = mapper_.yang();
-        ChangeMap made;
-        const Overlay view(base_, set_.changes);
-        ConfigEdit edit(yang, view);
-        Element end = first;
-        for (; end && !is_mapped(yang, end); end = end.next()) {
-            edit.prepare(end, default_operation_);
-        }
-        for (Element top = first; top.node() != end.node(); top = top.next()) {
-            edit.apply(top, default_operation_);
-        }
-        edit.finish(author_.nacm, author_.who, author_.counters, made);
-        if (judge_) {
-            validate(yang, Overlay(view, made), made);
-        }
-        for (auto& [name, value] : made) {
-            set_.changes[name] = std::move(value);
-        }
-        return end;
     }
 
     Mapper& mapper_;
@@ -206,15 +265,54 @@ private:
     Operation default_operation_;
     bool judge_;
     const Author& author_;
-    ChangeSet set_;
 };
+
+/// Throws unless there is nothing around the elements that would be overlooked.
+void check_form(Element config)
+{
+    if (!config.text().empty()) {
+        throw refused("bad-element", "There is text where only elements can stand.", "", "config");
+    }
+    check_own_attributes(config);
+    check_attributes(config, config);
+}
+
+bool has_tops(const Yang& yang, Element config, bool is_of_client)
+{
+    for (const Element top : config.children()) {
+        if (is_mapped(yang, top) == is_of_client) {
+            return true;
+        }
+    }
+    return false;
+}
 
 } // namespace
 
 ChangeSet change_of(Mapper& mapper, const kelda::Reader& base, Element config, Operation default_operation, bool judge,
                     const Author& author)
 {
-    return Edit(mapper, base, default_operation, judge, author).run(config);
+    check_form(config);
+    const Edit edit(mapper, base, default_operation, judge, author);
+    return Union(mapper.yang()).of(edit.client(config), edit.native(config));
+}
+
+ChangeSet replacement_of(Mapper& mapper, const kelda::Reader& target, Element config, const Author& author)
+{
+    check_form(config);
+    const Yang& yang = mapper.yang();
+    const Nothing nothing;
+    const Edit anew(mapper, nothing, Operation::merge, false, author);
+    if (!has_tops(yang, config, true)) {
+        return {change_to(target, Overlay(nothing, anew.native(config))), {}};
+    }
+    if (!has_tops(yang, config, false)) {
+        ChangeSet set = anew.client(config);
+        set.changes = change_to(target, Overlay(nothing, ChangeMap{set.changes}));
+        return set;
+    }
+    const Edit over(mapper, target, Operation::replace, false, author);
+    return Union(yang).of(over.client(config), change_to(target, Overlay(nothing, anew.native(config))));
 }
 
 void check_access(Mapper& mapper, const kelda::Reader& before, const ChangeSet& set, const Author& author)

@@ -27,14 +27,23 @@ struct ChangeSet {
 };
 
 /**
- * Maps and applies the elements of a `config`, in their order, to a copy of what they name. The client model and the
- * native models are two views of one configuration: what an element changes is seen by those after it.
+ * Maps and applies the elements of a `config` to a copy of what they name. The client model and the native models are
+ * two views of one configuration, so what is asked for through the one must not contradict what is asked for through
+ * the other. In whichever order they stand, each is seen against `base`: a view that says what was so before leaves the
+ * other's change alone.
  * @param judge hold the outcome against the models
  * @return new values of records; empty when nothing changes
  * Throws Refused; then nothing has happened.
  */
 ChangeSet change_of(Mapper& mapper, const kelda::Reader& base, Element config, Operation default_operation, bool judge,
                     const Author& author);
+
+/**
+ * What it takes to make of `target` what a whole `config` says. Where it speaks of the client's model and of native
+ * ones, they add up as in an edit. The rules are asked about the elements, as they judge an edit; models are not.
+ * Throws Refused.
+ */
+ChangeSet replacement_of(Mapper& mapper, const kelda::Reader& target, Element config, const Author& author);
 
 /// Throws Refused (access-denied) unless the rules let the author make the changes: those of the client model's tree
 /// for what was asked for through it, those of the native trees for all else.

@@ -129,6 +129,15 @@ const lysc_node& child_schema(const Yang& yang, Element element, const lysc_node
     return *schema;
 }
 
+/// RFC 6243, 4.5.2; the namespace of the module is how libyang prints the tag.
+bool is_tagged_default(Element element)
+{
+    const auto tag = element.attribute("default", "urn:ietf:params:xml:ns:netconf:default:1.0");
+    const auto printed = element.attribute("default", "urn:ietf:params:xml:ns:yang:ietf-netconf-with-defaults");
+    const std::string_view word = tag ? *tag : printed.value_or("false");
+    return word == "true" || word == "1";
+}
+
 bool is_in_case(const lysc_node& node)
 {
     return node.parent != nullptr && node.parent->nodetype == LYS_CASE;
@@ -312,7 +321,13 @@ void ConfigEdit::apply(Element element, const lysc_node& schema, lyd_node* paren
                       std::string{element.name()});
     }
     if (leaf) {
-        if (operation != Operation::none) {
+        if (is_tagged_default(element)) {
+            if (lyd_is_default(fresh.get()) == 0) {
+                throw refused("invalid-value", "The value is tagged as the default, but is not.",
+                              local_path(yang_, element), std::string{element.name()});
+            }
+            remove(found); // goes back to what holds without it
+        } else if (operation != Operation::none) {
             apply_leaf(element, std::move(fresh), parent, found);
         }
         return;

@@ -91,6 +91,9 @@ std::string Element::path() const
 
 Message::Message(const bridge::Models& models, std::string_view text)
 {
+    if (text.find('\0') != std::string_view::npos) { // the parser would take it for the end
+        throw refused_message("there is a zero byte in the message");
+    }
     check_depth(text);
     const ly_ctx& blank = *models.libyang().blank;
     ly_in* raw = nullptr;

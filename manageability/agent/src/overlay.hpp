@@ -17,6 +17,13 @@ namespace zpf::agent {
 /// New value of a record, or nothing for one that goes.
 using ChangeMap = std::map<std::string, std::optional<std::string>, std::less<>>;
 
+/// A configuration without anything in it.
+class Nothing final : public kelda::Reader {
+public:
+    std::optional<std::string_view> get(std::string_view) const override { return std::nullopt; }
+    void scan_from(std::string_view, std::string_view, kelda::Visitor) const override {}
+};
+
 /// What a reader would show after the changes. Both must outlive it.
 class Overlay final : public kelda::Reader {
 public:

@@ -93,6 +93,27 @@ private:
                 lyd_new_implicit_tree(top, LYD_IMPLICIT_NO_STATE, nullptr);
             }
         }
+        if (shows_defaults()) {
+            add_own_defaults();
+        }
+    }
+
+    bool shows_defaults() const
+    {
+        return plan_.with_defaults() != WithDefaults::explicit_only || plan_.shows_values_in_use();
+    }
+
+    /// The agent's own configuration has defaults that are in use also where nothing is configured. What the device
+    /// does with a setting that nobody made is for the device to say.
+    void add_own_defaults()
+    {
+        for (const ReadPlan::Part& part : plan_.parts()) {
+            if (yang_.home(*part.top) == Home::agent_config) {
+                lyd_node* first = data_.release();
+                lyd_new_implicit_module(&first, part.top->module, LYD_IMPLICIT_NO_STATE, nullptr);
+                data_.reset(first);
+            }
+        }
     }
 
     bridge::DataPtr load(const ReadPlan::Part& part)
@@ -143,7 +164,8 @@ private:
             return;
         }
         char* text = nullptr;
-        const uint32_t options = LYD_PRINT_WITHSIBLINGS | LYD_PRINT_SHRINK | print_option(plan_.with_defaults());
+        const uint32_t defaults = plan_.shows_values_in_use() ? LYD_PRINT_WD_ALL : print_option(plan_.with_defaults());
+        const uint32_t options = LYD_PRINT_WITHSIBLINGS | LYD_PRINT_SHRINK | defaults;
         if (lyd_print_mem(&text, data_.get(), LYD_XML, options) != LY_SUCCESS) {
             throw std::bad_alloc();
         }

@@ -93,6 +93,8 @@ public:
     Element filter() const { return filter_; }
     const std::string& xpath() const { return xpath_; }
     WithDefaults with_defaults() const { return with_defaults_; }
+    /// True for the operational datastore itself, which tells defaults as far as they are in use (RFC 8342, 5.3).
+    bool shows_values_in_use() const { return values_in_use_; }
     unsigned levels() const { return levels_; } ///< 0: all
 
 private:
@@ -113,6 +115,7 @@ private:
     Element filter_;
     std::string xpath_;
     bool filtered_ = false;
+    bool values_in_use_ = false;
     WithDefaults with_defaults_ = WithDefaults::explicit_only;
     unsigned levels_ = 0;
     std::vector<Part> parts_;

@@ -212,7 +212,15 @@ void ReadPlan::read_datastore(const Yang&, Element operation)
     if (!nmda) {
         return;
     }
+    values_in_use_ = datastore_ == Datastore::operational;
+    if (values_in_use_ && operation.child("with-defaults")) { // RFC 8526, 3.1.1.2
+        throw refused_protocol("invalid-value", "The operational datastore has one way to report defaults.",
+                               "with-defaults");
+    }
     if (const Element wanted = operation.child("config-filter")) {
+        if (wanted.text() != "true" && wanted.text() != "false") {
+            throw refused_protocol("invalid-value", "\"true\" or \"false\".", "config-filter");
+        }
         state_ = state_ && wanted.text() != "true";
         config_ = wanted.text() != "false";
     }

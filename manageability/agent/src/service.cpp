@@ -204,8 +204,9 @@ void Service::dispatch(Lane& lane, const RequestPtr& request, bool on_loop)
     if (!operation || operation.next()) {
         throw refused_protocol("missing-element", "An rpc holds one operation.", "rpc");
     }
-    request->operation = operation.name();
     const Handler handler = find_handler(operation);
+    request->operation =
+        handler != nullptr ? operation.name() : "unknown"; // counters keep each name that they are told
     if (handler == nullptr) {
         const bool known = parts_.mapping.yang().module_of_namespace(operation.ns()) != nullptr;
         RpcError error = refused_protocol(known ? "operation-not-supported" : "unknown-namespace",

@@ -14,13 +14,6 @@ namespace {
 
 constexpr std::string_view kNmdaNamespace = "urn:ietf:params:xml:ns:yang:ietf-netconf-nmda";
 
-/// A configuration without anything in it.
-class Nothing final : public kelda::Reader {
-public:
-    std::optional<std::string_view> get(std::string_view) const override { return std::nullopt; }
-    void scan_from(std::string_view, std::string_view, kelda::Visitor) const override {}
-};
-
 /// Refuses parameters that the operation does not have or that stand twice: none is dropped silently.
 void check_parameters_once(Element operation, std::initializer_list<std::string_view> known)
 {
@@ -263,13 +256,8 @@ void Service::copy_config(Lane&, const RequestPtr& request, Element operation, b
         const kelda::Reader& target = to_candidate ? static_cast<const kelda::Reader&>(over) : turn.running();
         ChangeSet set;
         if (config) {
-            const Nothing nothing;
-            const Who everyone{"", {}, true}; // the rules judge the difference, below
-            const Author maker{everyone, author.nacm, author.counters};
-            // What becomes running is judged below, where it is known what is new in it.
-            const ChangeSet content = change_of(turn.mapper(), nothing, config, Operation::merge, false, maker);
-            set.changes = change_to(target, Overlay(nothing, content.changes));
-            set.through_client = content.through_client;
+            const Who everyone{"", {}, true}; // rules and models judge the difference, below
+            set = replacement_of(turn.mapper(), target, config, {everyone, author.nacm, author.counters});
         } else {
             set.changes = change_to(target, from_candidate ? static_cast<const kelda::Reader&>(over) : turn.running());
             set.through_client = turn.state().through_client;

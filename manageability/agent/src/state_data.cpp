@@ -73,13 +73,14 @@ bridge::DataPtr StateData::below(const lysc_node& top) const
 /// business.
 bridge::DataPtr StateData::library(const lysc_node& top) const
 {
+    constexpr const char* kFiles = "//ietf-yang-library:location"
+                                   "|/ietf-yang-library:modules-state//ietf-yang-library:schema";
     const ly_ctx& ctx = parts_.yang.ctx();
     lyd_node* raw = nullptr;
     ly_ctx_get_yanglib_data(&ctx, &raw, "%s", parts_.yang.content_id().c_str());
     bridge::DataPtr all{raw};
     ly_set* found = nullptr;
-    if (raw != nullptr &&
-        lyd_find_xpath3(nullptr, raw, "//ietf-yang-library:location", nullptr, &found) == LY_SUCCESS) {
+    if (raw != nullptr && lyd_find_xpath3(nullptr, raw, kFiles, nullptr, &found) == LY_SUCCESS) {
         for (uint32_t i = 0; i < found->count; ++i) {
             lyd_free_tree(found->dnodes[i]);
         }

@@ -34,7 +34,7 @@ uint32_t print_option(WithDefaults mode)
     case WithDefaults::report_all:
         return LYD_PRINT_WD_ALL;
     case WithDefaults::report_all_tagged:
-        return LYD_PRINT_WD_ALL_TAG;
+        return LYD_PRINT_WD_IMPL_TAG; // what a client has set is no default, whatever its value (RFC 6243, 2.3)
     case WithDefaults::trim:
         return LYD_PRINT_WD_TRIM;
     case WithDefaults::explicit_only:

@@ -6,6 +6,7 @@
 namespace {
 
 using namespace test;
+using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -25,14 +26,93 @@ TEST_F(Edit, OfOneTreeIsSeenInTheOther)
     EXPECT_EQ(agent.configured_db("0/0-VOA-BST2"), "4.2");
 }
 
-TEST_F(Edit, OfBothTreesAtOnceHasTheLaterElementWin)
+/// The native setting behind an attenuator, in tenths of a dB.
+std::string ots(const std::string& tenths)
 {
-    const std::string ots = R"(<ots xmlns="http://quarn.example/ns/yang/Quarn-KMT-VN-controller-ots-cfg">)"
-                            "<ots-tx-voa-attenuation>42</ots-tx-voa-attenuation></ots>";
-    ASSERT_EQ(agent.edit(attenuator("0/0-VOA-BST2", "1.0") + interface("Ots0/0/0/2", ots)), kOk);
-    EXPECT_EQ(agent.configured_db("0/0-VOA-BST2"), "4.2");
-    ASSERT_EQ(agent.edit(interface("Ots0/0/0/2", ots) + attenuator("0/0-VOA-BST2", "1.0")), kOk);
+    return R"(<ots xmlns="http://quarn.example/ns/yang/Quarn-KMT-VN-controller-ots-cfg"><ots-tx-voa-attenuation>)" +
+           tenths + "</ots-tx-voa-attenuation></ots>";
+}
+
+TEST_F(Edit, OfBothTreesAtOnceMustNotContradictItself)
+{
+    const std::string client = attenuator("0/0-VOA-BST2", "1.0");
+    const std::string other = interface("Ots0/0/0/2", ots("42"));
+    const std::string gone = interface("Ots0/0/0/2", "", "delete");
+    for (const std::string& config : {client + other, other + client, client + gone, gone + client}) {
+        EXPECT_THAT(agent.edit(config),
+                    AllOf(HasSubstr("<error-tag>operation-failed</error-tag>"),
+                          HasSubstr("<error-path>/interface-configurations/interface-configuration[active='act']"
+                                    "[interface-name='Ots0/0/0/2']/ots/ots-tx-voa-attenuation</error-path>")));
+        EXPECT_EQ(agent.configured_db("0/0-VOA-BST2"), "9.5");
+    }
+    EXPECT_EQ(agent.edit(client + interface("Ots0/0/0/2", ots("10"))), kOk); // both say the same
     EXPECT_EQ(agent.configured_db("0/0-VOA-BST2"), "1.0");
+}
+
+TEST_F(Edit, OfBothTreesAtOnceAddsUpInEitherOrder)
+{
+    const std::string client = attenuator("0/0-VOA-BST0", "7.0");
+    const std::string other = interface("GigabitEthernet0/0/0/0", "<description>new</description>");
+    for (const std::string& config : {client + other, other + client}) {
+        AgentDouble fresh;
+        ASSERT_EQ(fresh.edit(config), kOk);
+        EXPECT_EQ(fresh.configured_db("0/0-VOA-BST0"), "7.0");
+        EXPECT_THAT(fresh.get_config(interface("GigabitEthernet0/0/0/0")), HasSubstr("<description>new</description>"));
+    }
+}
+
+TEST_F(Edit, OfOneOfBothTreesIsNotUndoneByTheOtherAsItWas)
+{
+    const std::string whole = agent.ask("<get-config><source><running/></source></get-config>");
+    const std::string config = whole.substr(whole.find('>') + 1, whole.rfind('<') - whole.find('>') - 1);
+    const auto with = [&](const std::string& before, const std::string& after) {
+        std::string changed = config;
+        EXPECT_THAT(changed, HasSubstr(before));
+        return changed.replace(changed.find(before), before.size(), after);
+    };
+    const std::string native_value = with("<ots-tx-voa-attenuation>95<", "<ots-tx-voa-attenuation>12<");
+    const std::string client_value = with("<attenuation>9.5<", "<attenuation>1.2<");
+    const auto copied = [](AgentDouble& fresh, const std::string& changed) {
+        return fresh.ask("<copy-config><target><running/></target><source><config>" + changed +
+                         "</config></source></copy-config>");
+    };
+    for (const std::string& changed : {native_value, client_value}) {
+        AgentDouble merged;
+        EXPECT_EQ(merged.edit(changed), kOk);
+        EXPECT_EQ(merged.configured_db("0/0-VOA-BST2"), "1.2");
+        AgentDouble replaced;
+        EXPECT_EQ(replaced.edit(changed, "<default-operation>replace</default-operation>"), kOk);
+        EXPECT_EQ(replaced.configured_db("0/0-VOA-BST2"), "1.2");
+        AgentDouble fresh;
+        EXPECT_EQ(copied(fresh, changed), kOk);
+        EXPECT_EQ(fresh.configured_db("0/0-VOA-BST2"), "1.2");
+        EXPECT_EQ(fresh.configured_db("0/0-VOA-BST0"), "3.0");
+    }
+}
+
+TEST_F(Edit, WithAnAttributeAroundAllOfItIsRefused)
+{
+    const std::string reply =
+        agent.ask(R"(<edit-config xmlns:nc="urn:ietf:params:xml:ns:netconf:base:1.0"><target><running/></target>)"
+                  R"(<config nc:operation="delete">)" +
+                  attenuator("0/0-VOA-BST2", "1.0") + "</config></edit-config>");
+    EXPECT_THAT(reply, HasSubstr("<error-tag>unknown-attribute</error-tag>"));
+    EXPECT_THAT(reply, HasSubstr("<bad-attribute>operation</bad-attribute><bad-element>config</bad-element>"));
+    EXPECT_EQ(agent.configured_db("0/0-VOA-BST2"), "9.5");
+}
+
+TEST_F(Edit, WithAValueTaggedAsTheDefaultGoesBackToIt)
+{
+    const auto nacm = [](const std::string& leaf) {
+        return R"(<nacm xmlns="urn:ietf:params:xml:ns:yang:ietf-netconf-acm" )"
+               R"(xmlns:wd="urn:ietf:params:xml:ns:netconf:default:1.0">)" +
+               leaf + "</nacm>";
+    };
+    ASSERT_EQ(agent.edit(nacm("<write-default>permit</write-default><read-default>deny</read-default>")), kOk);
+    ASSERT_EQ(agent.edit(nacm(R"(<write-default wd:default="true">deny</write-default>)")), kOk);
+    EXPECT_THAT(agent.get_config(nacm("")), AllOf(HasSubstr("read-default"), Not(HasSubstr("write-default"))));
+    EXPECT_THAT(agent.edit(nacm(R"(<read-default wd:default="true">deny</read-default>)")),
+                HasSubstr("<error-tag>invalid-value</error-tag>"));
 }
 
 TEST_F(Edit, ThatIsRefusedInPartChangesNothing)

@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // get, get-config and get-data.
+#include <algorithm>
+
 #include "agent_testing.hpp"
 
 namespace {
 
 using namespace test;
+using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -272,6 +275,101 @@ TEST_F(Read, OfDefaultsShowsThemWhenAsked)
     EXPECT_THAT(all, HasSubstr("<read-default>permit</read-default>"));
     EXPECT_THAT(agent.ask(ask + mode + "trim</with-defaults></get-config>"), Not(HasSubstr("write-default")));
     EXPECT_THAT(agent.ask(ask + mode + "some</with-defaults></get-config>"), HasSubstr("invalid-value"));
+}
+
+TEST_F(Read, OfDefaultsShowsThemWhereNothingIsConfigured)
+{
+    const std::string filter = R"(<filter><nacm xmlns="urn:ietf:params:xml:ns:yang:ietf-netconf-acm"/></filter>)";
+    const std::string all = R"(<with-defaults xmlns="urn:ietf:params:xml:ns:yang:ietf-netconf-with-defaults">)"
+                            "report-all</with-defaults>";
+    const auto ask = [&](const std::string& more) {
+        return agent.ask("<get-config><source><running/></source>" + filter + more + "</get-config>");
+    };
+    EXPECT_THAT(ask(all), HasSubstr("<write-default>deny</write-default>"));
+    EXPECT_THAT(ask(""), Not(HasSubstr("nacm")));
+}
+
+TEST_F(Read, OfTaggedDefaultsTagsWhatNobodyHasSet)
+{
+    ASSERT_EQ(agent.edit(R"(<nacm xmlns="urn:ietf:params:xml:ns:yang:ietf-netconf-acm"><write-default>deny)"
+                         "</write-default></nacm>"),
+              kOk);
+    const std::string tagged = agent.ask(
+        R"(<get-config><source><running/></source><filter><nacm xmlns="urn:ietf:params:xml:ns:yang:ietf-netconf-acm"/>)"
+        R"(</filter><with-defaults xmlns="urn:ietf:params:xml:ns:yang:ietf-netconf-with-defaults">report-all-tagged)"
+        "</with-defaults></get-config>");
+    EXPECT_THAT(tagged, HasSubstr("<write-default>deny</write-default>"));
+    EXPECT_THAT(tagged, HasSubstr(R"(ncwd:default="true">permit</read-default>)"));
+}
+
+TEST_F(Read, OfTheOperationalDatastoreShowsValuesInUse)
+{
+    const auto ask = [&](const std::string& more) {
+        return agent.ask(
+            R"(<get-data xmlns="urn:ietf:params:xml:ns:yang:ietf-netconf-nmda" xmlns:ds="urn:ietf:params:xml:ns:yang:)"
+            R"(ietf-datastores"><datastore>ds:operational</datastore><subtree-filter><nacm xmlns="urn:ietf:params:xml:)"
+            R"(ns:yang:ietf-netconf-acm"/></subtree-filter>)" +
+            more + "</get-data>");
+    };
+    EXPECT_THAT(ask(""), AllOf(HasSubstr("<write-default>deny</write-default>"), HasSubstr("<denied-operations>")));
+    EXPECT_THAT(ask("<with-defaults>report-all</with-defaults>"),
+                AllOf(HasSubstr("invalid-value"), HasSubstr("<bad-element>with-defaults</bad-element>")));
+    EXPECT_THAT(ask("<config-filter>maybe</config-filter>"),
+                AllOf(HasSubstr("invalid-value"), HasSubstr("<bad-element>config-filter</bad-element>")));
+}
+
+TEST_F(Read, OfTheLibraryTellsNoFiles)
+{
+    const std::string reply =
+        agent.ask(R"(<get><filter><modules-state xmlns="urn:ietf:params:xml:ns:yang:ietf-yang-library"/>)"
+                  R"(<yang-library xmlns="urn:ietf:params:xml:ns:yang:ietf-yang-library"/></filter></get>)");
+    EXPECT_THAT(reply, AllOf(HasSubstr("<module-set-id>"), HasSubstr("<module-set>")));
+    EXPECT_THAT(reply, Not(HasSubstr("file:")));
+}
+
+TEST_F(Read, OfWhatNobodyKnowsIsCountedUnderOneName)
+{
+    for (const char* name : {"bogus-one", "bogus-two", "bogus-three"}) {
+        EXPECT_THAT(agent.ask("<" + std::string{name} + "/>"), HasSubstr("operation-not-supported"));
+    }
+    const auto requests = agent.counters.requests();
+    ASSERT_EQ(requests.count("unknown"), 1u);
+    EXPECT_EQ(requests.at("unknown").refused, 3u);
+    EXPECT_EQ(requests.count("bogus-one"), 0u);
+}
+
+std::string repeated(const std::string& text, int times)
+{
+    std::string all;
+    for (int i = 0; i < times; ++i) {
+        all += text;
+    }
+    return all;
+}
+
+TEST_F(Read, ThatIsRefusedIsToldInWellFormedCharacters)
+{
+    const std::string unknown = "\xEF\xBF\xBD";
+    const std::string quoted = agent.ask("<get><filter type=\"xpath\" select=\"1 \xC3\xA9\xC3\xA9\"/></get>");
+    EXPECT_THAT(quoted, HasSubstr("<error-tag>invalid-value</error-tag>"));
+    EXPECT_THAT(quoted, AllOf(HasSubstr("'" + unknown + "'"), HasSubstr("'1 \xC3\xA9\xC3\xA9'")));
+    std::string cut =
+        agent.ask("<get><a xmlns=\"u\">&" + repeated("\xE2\x82\xAC", 13) + "</a></get>"); // quoted in part
+    EXPECT_THAT(cut, AllOf(HasSubstr("<error-tag>malformed-message</error-tag>"), HasSubstr("\xE2\x82\xAC")));
+    for (const std::string& character : {unknown, std::string{"\xE2\x82\xAC"}}) {
+        for (std::size_t at = cut.find(character); at != std::string::npos; at = cut.find(character)) {
+            cut.erase(at, character.size());
+        }
+    }
+    EXPECT_TRUE(std::all_of(cut.begin(), cut.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; }))
+        << cut;
+}
+
+TEST_F(Read, WithAZeroByteIsMalformed)
+{
+    const std::string message = R"(<rpc xmlns="urn:ietf:params:xml:ns:netconf:base:1.0" message-id="1"><get/></rpc>)";
+    EXPECT_THAT(agent.send(agent.owner, message + std::string(1, '\0') + "<"),
+                HasSubstr("<error-tag>malformed-message</error-tag>"));
 }
 
 TEST_F(Read, OfEverySchemaGivesItsText)
