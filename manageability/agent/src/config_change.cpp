@@ -144,35 +144,46 @@ void check_own_attributes(Element config)
     }
 }
 
-/// Puts together what is asked for through the client's model and through the native ones, each seen against the
-/// configuration before: which of them comes first in a message means nothing, and neither may undo the other.
+/// What the elements of one view do to the configuration.
+struct Part {
+    ChangeMap changes;
+    Records named; ///< what there is afterwards of all that the elements speak of
+};
+
+/// Puts together what is asked for through the client's model and what is asked for natively, each seen against the
+/// configuration before: which of them comes first in a message means nothing. What a view says as it was before may be
+/// changed through the other, as by who reads both, changes one and sends both back; all else on which they differ is
+/// refused, for one of the two would be acknowledged and lost.
 class Union {
 public:
     explicit Union(const Yang& yang) : yang_(yang) {}
 
-    ChangeSet of(ChangeSet client, ChangeMap native) const
+    ChangeSet of(Part client, Part native) const
     {
-        require_no_gap(client.changes, native);
-        require_no_gap(native, client.changes);
-        for (auto& [name, value] : native) {
-            const auto found = client.changes.find(name);
-            if (found != client.changes.end() && found->second != value) {
+        require_kept(client.named, native.changes);
+        require_kept(native.named, client.changes);
+        ChangeSet set;
+        for (auto& [name, value] : client.changes) {
+            set.through_client.insert(name);
+            set.changes[name] = std::move(value);
+        }
+        for (auto& [name, value] : native.changes) {
+            const auto [place, is_new] = set.changes.emplace(name, value);
+            if (!is_new && place->second != value) {
                 contradict(name);
             }
-            client.changes[name] = std::move(value);
         }
-        return client;
+        return set;
     }
 
 private:
-    /// What is set must not stand below what goes.
-    void require_no_gap(const ChangeMap& set, const ChangeMap& gone) const
+    /// What one view names must not go through the other, nor anything that it stands in.
+    void require_kept(const Records& named, const ChangeMap& changes) const
     {
-        for (const auto& [name, value] : set) {
-            for (std::size_t end = name.rfind('/'); value && end > kConfigBranch.size();
-                 end = name.rfind('/', end - 1)) {
-                const auto above = gone.find(std::string_view{name}.substr(0, end));
-                if (above != gone.end() && !above->second) {
+        for (const auto& [name, value] : named) {
+            for (std::size_t end = name.size(); end > kConfigBranch.size(); end = name.rfind('/', end - 1)) {
+                const auto change = changes.find(std::string_view{name}.substr(0, end));
+                if (change != changes.end() && !change->second) {
                     contradict(name);
                 }
             }
@@ -195,20 +206,20 @@ public:
         : mapper_(mapper), base_(base), default_operation_(default_operation), judge_(judge), author_(author)
     {}
 
-    /// What the elements of the client's model change.
-    ChangeSet client(Element config) const
+    /// What the elements of the client's model do.
+    Part client(Element config) const
     {
-        ChangeSet set;
+        Part part;
         for (const Element top : config.children()) {
             if (is_mapped(mapper_.yang(), top)) {
-                apply_mapped(top, set);
+                apply_mapped(top, part);
             }
         }
-        return set;
+        return part;
     }
 
-    /// What all others change.
-    ChangeMap native(Element config) const
+    /// What all others do.
+    Part native(Element config) const
     {
         const Yang& yang = mapper_.yang();
         ConfigEdit edit(yang, base_);
@@ -222,16 +233,16 @@ public:
         for (const Element top : tops) {
             edit.apply(top, default_operation_);
         }
-        ChangeMap made;
-        edit.finish(author_.nacm, author_.who, author_.counters, made);
+        Part part;
+        part.named = edit.finish(author_.nacm, author_.who, author_.counters, part.changes);
         if (judge_) {
-            validate(yang, Overlay(base_, made), made);
+            validate(yang, Overlay(base_, part.changes), part.changes);
         }
-        return made;
+        return part;
     }
 
 private:
-    void apply_mapped(Element top, ChangeSet& set) const
+    void apply_mapped(Element top, Part& part) const
     {
         const Yang& yang = mapper_.yang();
         Tree request;
@@ -241,7 +252,7 @@ private:
         options.validate = [&](const Node& after) { return judge_native(yang, after); };
         ChangeMap made;
         {
-            const Overlay view(base_, set.changes);
+            const Overlay view(base_, part.changes);
             const StoreSource source(yang, view, nullptr);
             const EditResult result = mapper_.driver().edit(mapper_.context(), &request.root(), source, options);
             if (result.refusal) {
@@ -253,10 +264,13 @@ private:
             add_records(yang.schema(), result.after.root(), after);
             add_differences(before, after, made);
             check_client_tree(mapper_, view, made, author_);
+            part.named.merge(after);
         }
         for (auto& [name, value] : made) {
-            set.through_client.insert(name);
-            set.changes[name] = std::move(value);
+            if (!value) {
+                part.named.erase(name);
+            }
+            part.changes[name] = std::move(value);
         }
     }
 
@@ -277,16 +291,6 @@ void check_form(Element config)
     check_attributes(config, config);
 }
 
-bool has_tops(const Yang& yang, Element config, bool is_of_client)
-{
-    for (const Element top : config.children()) {
-        if (is_mapped(yang, top) == is_of_client) {
-            return true;
-        }
-    }
-    return false;
-}
-
 } // namespace
 
 ChangeSet change_of(Mapper& mapper, const kelda::Reader& base, Element config, Operation default_operation, bool judge,
@@ -303,16 +307,15 @@ ChangeSet replacement_of(Mapper& mapper, const kelda::Reader& target, Element co
     const Yang& yang = mapper.yang();
     const Nothing nothing;
     const Edit anew(mapper, nothing, Operation::merge, false, author);
-    if (!has_tops(yang, config, true)) {
-        return {change_to(target, Overlay(nothing, anew.native(config))), {}};
+    Part native = anew.native(config);
+    Part client = anew.client(config);
+    const bool is_of_both = !native.named.empty() && !client.named.empty();
+    if (is_of_both) { // what the client's view does not tell is in the native one
+        client = Edit(mapper, target, Operation::replace, false, author).client(config);
     }
-    if (!has_tops(yang, config, false)) {
-        ChangeSet set = anew.client(config);
-        set.changes = change_to(target, Overlay(nothing, ChangeMap{set.changes}));
-        return set;
-    }
-    const Edit over(mapper, target, Operation::replace, false, author);
-    return Union(yang).of(over.client(config), change_to(target, Overlay(nothing, anew.native(config))));
+    Part& whole = native.named.empty() ? client : native;
+    whole.changes = change_to(target, Overlay(nothing, ChangeMap{whole.changes}));
+    return Union(yang).of(std::move(client), std::move(native));
 }
 
 void check_access(Mapper& mapper, const kelda::Reader& before, const ChangeSet& set, const Author& author)

@@ -575,10 +575,10 @@ void ConfigEdit::place(Element element, lyd_node& node) const
     *insert == "before" ? lyd_insert_before(anchor, &node) : lyd_insert_after(anchor, &node);
 }
 
-void ConfigEdit::finish(const Nacm& nacm, const Who& who, NacmCounters& counters, ChangeMap& changes)
+Records ConfigEdit::finish(const Nacm& nacm, const Who& who, NacmCounters& counters, ChangeMap& changes)
 {
     if (!started_) {
-        return;
+        return {};
     }
     if (!nacm.writes_everything(who)) {
         if (const auto denied = nacm.check_write(who, before_.get(), after_.get())) {
@@ -601,6 +601,7 @@ void ConfigEdit::finish(const Nacm& nacm, const Who& who, NacmCounters& counters
             changes[name] = value;
         }
     }
+    return after;
 }
 
 } // namespace zpf::agent

@@ -30,7 +30,8 @@ public:
     void apply(Element top, Operation default_operation);
 
     /// Adds what changes. Throws Refused (access-denied) when the rules do not let the user make it.
-    void finish(const Nacm& nacm, const Who& who, NacmCounters& counters, ChangeMap& changes);
+    /// @return what there is afterwards of all that the elements speak of
+    Records finish(const Nacm& nacm, const Who& who, NacmCounters& counters, ChangeMap& changes);
 
 private:
     void load(Element element, const lysc_node& schema, std::string name, bool whole);
