@@ -21,6 +21,33 @@ class Model:
     def copy(self):
         return Model({name: dict(leaves) for name, leaves in self.entries.items()})
 
+    def joined(self, one, other):
+        """Both changes of this model at once, and whether they ask for two values of the same, or for a leaf of an entry
+        that goes."""
+        before, first, second = (model.settings() for model in (self, one, other))
+        names = before.keys() | first.keys() | second.keys()
+        made = {}
+        contradicts = False
+        for name in names:
+            old, a, b = before.get(name), first.get(name), second.get(name)
+            contradicts = contradicts or (a != old and b != old and a != b)
+            made[name] = a if a != old else b
+        entries = {}
+        for (entry, leaf), value in made.items():
+            if leaf is None and value is not None:
+                entries.setdefault(entry, {})
+        for (entry, leaf), value in made.items():
+            if leaf is not None and value is not None:
+                contradicts = contradicts or entry not in entries
+                entries.setdefault(entry, {})[leaf] = value
+        return Model(entries), contradicts
+
+    def settings(self):
+        """{(entry, leaf): value}, with the leaf None for the entry itself."""
+        made = {(name, None): True for name in self.entries}
+        made.update({(name, leaf): value for name, entry in self.entries.items() for leaf, value in entry.items()})
+        return made
+
     def native_leaves(self):
         leaves = {}
         for name, entry in self.entries.items():

@@ -128,21 +128,40 @@ class RandomEdits(unittest.TestCase):
             text, edits = edits[0][0], edits[:1]  # a tree may stand in an edit once
         if len(edits) == 2 and text.count("<optical-attenuator ") == 2:
             text, edits = edits[0][0], edits[:1]
-        after = model.copy()
-        tag = None
-        try:
-            for _, effect in edits:
-                effect(after)
-        except Refused as refusal:
-            tag = str(refusal)
+        expected = self.expected(model, [effect for _, effect in edits])
         reply = self.session.edit(text, target)
         where = f"edit {number} of seed {SEED}:\n{text}\non {model.entries}\n{reply.text}"
-        self.assertEqual([error.tag for error in reply.errors], [tag] if tag else [], where)
-        result = model if tag else after
+        tags = [error.tag for error in reply.errors]
+        outcomes = [(tags_of_it, result) for tags_of_it, result in expected if tags_of_it == tags]
+        self.assertEqual(len(outcomes), 1, f"{where}\n{[tags_of_it for tags_of_it, _ in expected]}")
+        result = outcomes[0][1]
         leaves = self.session.get_config(native(), target)
         self.assertEqual(leaves, result.native_leaves(), where)
         self.assertEqual(self.session.get_config(oc(), target), result.client_leaves(), where)
-        return result, tag is None
+        return result, not tags
+
+    @staticmethod
+    def expected(model, effects):
+        """What may come of it: [(error-tags, the model afterwards)]."""
+        results, tags = [], []
+        for effect in effects:
+            after = model.copy()
+            try:
+                effect(after)
+                results.append(after)
+            except Refused as refusal:
+                tags.append(str(refusal))
+        if tags:
+            return [([tag], model) for tag in dict.fromkeys(tags)]
+        if len(results) == 1:
+            return [([], results[0])]
+        together, contradicts = model.joined(*results)
+        refused = (["operation-failed"], model)
+        if contradicts:
+            return [refused]
+        # What one part removes the other may have named as it was: then they contradict each other, too.
+        removes = any(model.native_leaves().keys() - result.native_leaves().keys() for result in results)
+        return [([], together), refused] if removes else [([], together)]
 
     def test_of_the_running_configuration(self):
         dice = Dice(SEED)

@@ -10,6 +10,7 @@
 #include "record_path.hpp"
 #include "records.hpp"
 #include "rpc_error.hpp"
+#include "xpath_effort.hpp"
 #include "xpath_text.hpp"
 
 namespace zpf::agent {
@@ -125,9 +126,34 @@ NodeSet find(const std::string& xpath, const lyd_node& data)
     return lyd_find_xpath3(nullptr, &data, xpath.c_str(), nullptr, &set) == LY_SUCCESS ? NodeSet{set} : nullptr;
 }
 
+double count_of(const lyd_node* first)
+{
+    double count = 0;
+    for (const lyd_node* node = first; node != nullptr; node = node->next) {
+        count += 1 + count_of(lyd_child(node));
+    }
+    return count;
+}
+
+/// An evaluation cannot be stopped, not even when its session is gone, so none is begun that would hold its thread for
+/// more than some seconds. Throws Refused.
+void require_quick(const std::string& xpath, const lyd_node& data)
+{
+    constexpr double kMostNodes = 1e8;
+    const double nodes = effort_of(xpath, count_of(&data));
+    if (nodes > kMostNodes) {
+        throw refused_protocol("resource-denied",
+                               fmt::format("The XPath expression would look at about {:.0e} nodes, one after the other "
+                                           "and again; at most {:.0e} are permitted: take searches out of conditions.",
+                                           nodes, kMostNodes),
+                               "filter");
+    }
+}
+
 /// What the expression selects. Throws Refused.
 NodeSet selected(const Yang& yang, const std::string& xpath, const lyd_node& data)
 {
+    require_quick(xpath, data);
     if (NodeSet set = find(xpath, data)) {
         return set;
     }

@@ -6,19 +6,11 @@
 #include <optional>
 
 #include "rpc_error.hpp"
+#include "xpath_tokens.hpp"
 
 namespace zpf::agent {
 
 namespace {
-
-bool begins_name(char c)
-{
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
-}
-bool continues_name(char c)
-{
-    return begins_name(c) || (c >= '0' && c <= '9') || c == '-' || c == '.';
-}
 
 Refused bad_filter(const std::string& message)
 {
@@ -173,30 +165,6 @@ std::vector<std::string_view> union_parts(std::string_view xpath)
     }
     parts.push_back(xpath.substr(begin));
     return parts;
-}
-
-bool is_blank(char c)
-{
-    return c == ' ' || c == '\t' || c == '\n' || c == '\r';
-}
-
-/// Literals, words (names and numbers) and single characters, in order.
-template <typename Take>
-void for_each_token(std::string_view xpath, const Take& take)
-{
-    for (std::size_t begin = 0, end = 0; begin < xpath.size(); begin = end) {
-        const char c = xpath[begin];
-        end = begin + 1;
-        if (c == '\'' || c == '"') {
-            const std::size_t close = xpath.find(c, end);
-            end = close == std::string_view::npos ? xpath.size() : close + 1;
-        } else if (continues_name(c) && c != '-') {
-            while (end < xpath.size() && continues_name(xpath[end])) {
-                ++end;
-            }
-        }
-        take(xpath.substr(begin, end - begin));
-    }
 }
 
 /// Rewrites conditions token by token; brackets are kept on a stack of its own, for a client may nest them at will.

@@ -365,6 +365,16 @@ TEST_F(Read, ThatIsRefusedIsToldInWellFormedCharacters)
         << cut;
 }
 
+TEST_F(Read, ThatWouldNeverEndIsRefused)
+{
+    const auto select = [&](const std::string& xpath) {
+        return agent.ask("<get><filter type=\"xpath\" select=\"" + xpath + "\"/></get>");
+    };
+    EXPECT_THAT(select("//*[not(//*[not(//*='zz')]='q')]"), AllOf(HasSubstr("<error-tag>resource-denied</error-tag>"),
+                                                                  HasSubstr("<bad-element>filter</bad-element>")));
+    EXPECT_THAT(select("//*[local-name()='interface-name'][.='Ots0/0/0/2']"), HasSubstr("Ots0/0/0/2</interface-name>"));
+}
+
 TEST_F(Read, WithAZeroByteIsMalformed)
 {
     const std::string message = R"(<rpc xmlns="urn:ietf:params:xml:ns:netconf:base:1.0" message-id="1"><get/></rpc>)";
