@@ -8,6 +8,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <fcntl.h>
 #include <functional>
 #include <sys/signalfd.h>
 #include <unistd.h>
@@ -115,8 +116,8 @@ void add_options(CLI::App& app, Options& options, std::string& level)
     add_ms(app, "--message-time", options.limits.message_time, "Time for the rest of a message");
     add_ms(app, "--unsent-time", options.limits.unsent_time, "Time for a client to read on");
     app.footer(
-        "Prints one line beginning with \"ready\" once it accepts sessions. Ends on SIGTERM and SIGINT, sessions\n"
-        "first. Exit status: 0 ended as told, 1 could not start or go on, 2 usage.");
+        "Prints one line beginning with \"ready\" once it accepts sessions. Ends on SIGTERM, SIGINT and SIGHUP,\n"
+        "sessions first. Exit status: 0 ended as told, 1 could not start or go on, 2 usage.");
 }
 
 /// Lines for people, or with priorities for the journal when that is what reads them.
@@ -136,12 +137,28 @@ Agent::Log log_to_stderr(int most)
     };
 }
 
+/// Files that are opened must not get the numbers of standard streams that whoever started this has closed: what is
+/// printed would end up in them.
+void open_standard_streams()
+{
+    for (int fd = 0; fd <= STDERR_FILENO;) {
+        fd = ::open("/dev/null", O_RDWR);
+        if (fd < 0) {
+            return;
+        }
+        if (fd > STDERR_FILENO) {
+            ::close(fd);
+        }
+    }
+}
+
 int run(const Options& options)
 {
     sigset_t signals;
     sigemptyset(&signals);
     sigaddset(&signals, SIGTERM);
     sigaddset(&signals, SIGINT);
+    sigaddset(&signals, SIGHUP);                 // of a terminal that is closed
     ::sigprocmask(SIG_BLOCK, &signals, nullptr); // before there are threads, so that none takes them
     ::signal(SIGPIPE, SIG_IGN);
     const zpf::agent::UniqueFd ended(::signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
@@ -165,6 +182,7 @@ int run(const Options& options)
 
 int start(int argc, char** argv)
 {
+    open_standard_streams();
     CLI::App app("The agent of an optical device: NETCONF for its attenuators, by OpenConfig and natively.", "zpfd");
     app.set_version_flag("--version", "zpfd " ZPF_VERSION);
     app.get_formatter()->column_width(36);

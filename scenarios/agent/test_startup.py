@@ -238,7 +238,7 @@ class Addresses(StartTest):
 
 class End(StartTest):
     def test_sigterm_ends_all_sessions_and_the_status_is_nought(self):
-        for number in (signal.SIGTERM, signal.SIGINT):
+        for number in (signal.SIGTERM, signal.SIGINT, signal.SIGHUP):
             agent = self.agent()
             sessions = [agent.connect() for _ in range(10)]
             os.kill(agent.process.pid, number)
@@ -284,6 +284,34 @@ class End(StartTest):
         agent = self.agent()
         agent.stop()
         self.assertFalse(os.path.exists(agent.unix))
+
+    def test_a_socket_that_another_agent_has_made_meanwhile_is_left_alone(self):
+        agent = self.agent()
+        os.unlink(agent.unix)
+        with socket.socket(socket.AF_UNIX) as other:
+            other.bind(agent.unix)
+            agent.stop()
+            self.assertTrue(os.path.exists(agent.unix))
+
+
+class Streams(StartTest):
+    def test_nothing_is_printed_into_files_when_standard_streams_are_closed(self):
+        def close_streams():
+            for stream in range(3):
+                os.close(stream)
+
+        agent = self.agent(start=False)
+        agent.process = subprocess.Popen(agent.command(), stdout=subprocess.PIPE, preexec_fn=close_streams)
+        wait_until(lambda: os.path.exists(agent.unix), "the agent's socket")
+        session = agent.connect()
+        self.addCleanup(session.close)
+        self.assertTrue(session.get_config(oc()))
+        for stream in range(3):
+            self.assertEqual(os.readlink(f"/proc/{agent.process.pid}/fd/{stream}"), "/dev/null")
+        os.kill(agent.process.pid, signal.SIGTERM)
+        self.assertEqual(agent.process.wait(30), 0)
+        for file in agent.store.iterdir():
+            self.assertNotIn(b"ready unix:", file.read_bytes(), file)
 
 
 if __name__ == "__main__":

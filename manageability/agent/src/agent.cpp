@@ -7,6 +7,7 @@
 #include <cstring>
 #include <filesystem>
 #include <stdexcept>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <fmt/format.h>
@@ -79,6 +80,7 @@ Agent::Agent(const Options& options, Log log)
       mapping_(yang_, plugin_in(options.plugin_dir), diagnostics_),
       store_(open_store(options, log_)),
       seeded_(seed_if_told(yang_, store_, options, log_)),
+      keeper_(store_, counters_, log_),
       device_(options.slew_db_per_s * 10, device::steady_clock(), kReportGap),
       faults_(device_),
       writer_({store_, mapping_, device_, rules_, nacm_counters_, counters_,
@@ -102,6 +104,13 @@ Agent::Agent(const Options& options, Log log)
     listen(options);
 }
 
+/// Zeros where there is nothing.
+Agent::FileIdentity Agent::identity_of(const std::string& path)
+{
+    struct stat file {};
+    return ::stat(path.c_str(), &file) == 0 ? FileIdentity{file.st_dev, file.st_ino} : FileIdentity{};
+}
+
 Agent::~Agent()
 {
     for (auto& transport : transports_) {
@@ -110,8 +119,10 @@ Agent::~Agent()
     device_.stop();
     pool_.stop();
     writer_.stop(); // what it announces goes to the loop, which must be there
-    for (const std::string& path : sockets_) {
-        ::unlink(path.c_str());
+    for (const auto& [path, made] : sockets_) {
+        if (identity_of(path) == made) { // and not that of an agent that has begun since this one stopped listening
+            ::unlink(path.c_str());
+        }
     }
     kelda::set_process_store(nullptr);
     if (diagnostics_.ring != nullptr) {
@@ -148,25 +159,7 @@ void Agent::start_device()
 /// On a thread of the device's.
 void Agent::take_readings(std::span<const device::Reading> readings)
 {
-    try {
-        kelda::Transaction transaction = store_.write_volatile();
-        for (const device::Reading& reading : readings) {
-            const std::string branch = reading_branch(reading.port);
-            transaction.put(branch + "name", reading.port);
-            for (const auto& [leaf, value] : reading.leaves) {
-                if (value) {
-                    transaction.put(branch + leaf, *value);
-                } else {
-                    transaction.erase(branch + leaf);
-                    ++counters_.readings_missing;
-                    log_(2, "the device does not read " + leaf + " of " + reading.port);
-                }
-            }
-        }
-        transaction.commit();
-    } catch (const kelda::StoreError& error) {
-        log_(1, std::string{"readings are not kept: "} + error.what());
-    }
+    keeper_.keep(readings);
     if (!std::exchange(reported_, true)) {
         first_report_.set_value();
     }
@@ -188,7 +181,7 @@ void Agent::listen(const Options& options)
         const ListenAddress address = parse_listen(text);
         if (address.kind == "unix") {
             loop_.listen(listen_unix(address.place));
-            sockets_.push_back(address.place);
+            sockets_.emplace_back(address.place, identity_of(address.place));
             addresses_.push_back(text);
         } else if (address.kind == "ssh") {
             SshOptions ssh;

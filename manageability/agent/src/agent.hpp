@@ -12,6 +12,7 @@
 #include "loop.hpp"
 #include "options.hpp"
 #include "pool.hpp"
+#include "readings_keeper.hpp"
 #include "service.hpp"
 #include "simulated_faults.hpp"
 #include "state_data.hpp"
@@ -39,6 +40,9 @@ public:
     void run(int signals);
 
 private:
+    using FileIdentity = std::pair<dev_t, ino_t>;
+    static FileIdentity identity_of(const std::string& path);
+
     void open_diagnostics(const Options& options);
     void start_device();
     void take_readings(std::span<const device::Reading> readings);
@@ -57,6 +61,7 @@ private:
     Rules rules_;
     SessionRegistry sessions_;
     std::atomic<int> subscribers_{0};
+    ReadingsKeeper keeper_; ///< ends after the device
     device::Simulation device_;
     std::promise<void> first_report_;
     bool reported_ = false; ///< of the device's thread
@@ -68,8 +73,8 @@ private:
     Service service_;
     Loop loop_;
     std::vector<std::string> addresses_;
-    std::vector<std::string> sockets_;                   ///< paths that go with the agent
-    std::vector<std::unique_ptr<Transport>> transports_; ///< last: nobody arrives when the rest ends
+    std::vector<std::pair<std::string, FileIdentity>> sockets_; ///< paths that go with the agent
+    std::vector<std::unique_ptr<Transport>> transports_;        ///< last: nobody arrives when the rest ends
 };
 
 } // namespace zpf::agent

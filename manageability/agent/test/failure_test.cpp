@@ -2,6 +2,7 @@
 //
 // The disk and the device say no.
 #include "agent_testing.hpp"
+#include "readings_keeper.hpp"
 
 #include <cerrno>
 #include <fstream>
@@ -40,6 +41,42 @@ TEST_F(Failure, OfTheDiskAtAnyPointLeavesTheOldConfiguration)
     }
     EXPECT_GE(refused, 3); // two records and the commit
     EXPECT_EQ(agent.configured_db("0/0-VOA-BST2"), "1.0");
+}
+
+TEST_F(Failure, OfTheDiskLosesNoReading)
+{
+    std::mutex mutex;
+    std::vector<std::string> logged;
+    zpf::agent::ReadingsKeeper keeper(
+        agent.store, agent.counters,
+        [&](int, const std::string& text) {
+            const std::lock_guard lock(mutex);
+            logged.push_back(text);
+        },
+        std::chrono::milliseconds{5});
+    const auto report = [&](const std::string& tenths) {
+        const std::vector<zpf::device::Reading> readings{{"Ots0/0/0/2", {{"tx-voa-attenuation", tenths}}}};
+        keeper.keep(readings);
+    };
+    const auto kept = [&] {
+        const kelda::Snapshot now = agent.store.snapshot();
+        return std::string{now.get("/oper/optics/if/Ots0_0_0_2/tx-voa-attenuation").value_or("none")};
+    };
+    report("30");
+    EXPECT_EQ(kept(), "30");
+    std::atomic<bool> is_full{true};
+    agent.faults.before = [&](const char*) { return is_full ? ENOSPC : 0; };
+    report("40");
+    report("50"); // the last change that the device reports
+    EXPECT_EQ(kept(), "30");
+    is_full = false;
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds{20};
+    while (kept() != "50" && std::chrono::steady_clock::now() < end) {
+        std::this_thread::sleep_for(std::chrono::milliseconds{2});
+    }
+    EXPECT_EQ(kept(), "50");
+    const std::lock_guard lock(mutex);
+    EXPECT_THAT(logged, testing::ElementsAre(HasSubstr("not kept"), HasSubstr("kept again"))); // not with each attempt
 }
 
 TEST_F(Failure, OfTheDiskTakesTheDeviceBack)
