@@ -95,11 +95,12 @@ void print_present(Lines& lines, const TraceOptions& options, std::ostream& out)
 }
 
 /** Prints new lines until one of the signals comes; they are blocked, so that a batch is never cut short. */
-void print_new(Lines& lines, const sigset_t& signals, std::ostream& out)
+void print_new(Lines& lines, const TraceOptions& options, const sigset_t& signals, std::ostream& out)
 {
     bool is_at_end = true;
     std::string text;
-    while (out && sigtimedwait(&signals, nullptr, is_at_end ? &kLookInterval : &kAtOnce) < 0) {
+    while (out && (!options.goes_on || options.goes_on()) &&
+           sigtimedwait(&signals, nullptr, is_at_end ? &kLookInterval : &kAtOnce) < 0) {
         std::size_t count = 0;
         while (count < kLinesPerBatch && lines.next(text)) {
             out << text;
@@ -132,7 +133,7 @@ int run_trace(const TraceOptions& options, std::ostream& out, std::ostream& err)
     print_present(lines, options, out);
     if (options.follow) {
         lines.wait_for_unfinished();
-        print_new(lines, blocked->signals(), out);
+        print_new(lines, options, blocked->signals(), out);
     }
     if (!out) {
         err << "zpf trace: the output cannot be written\n";

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <iostream>
 #include <optional>
 #include <string>
@@ -12,9 +13,10 @@ namespace zpf::cli {
 
 struct TraceOptions {
     std::string file;
-    bool follow = false;                              ///< Goes on with new lines until SIGINT or SIGTERM.
+    bool follow = false;                              ///< Goes on with new lines until a signal ends it.
     bool json = false;                                ///< One JSON object a line.
     std::optional<std::uint64_t> last = std::nullopt; ///< At most so many of the lines that are there.
+    std::function<bool()> goes_on = {};               ///< Asked while it follows; false ends it. Empty: for ever.
     std::string grep = {};                            ///< Only lines with this text in them; empty admits all.
 };
 

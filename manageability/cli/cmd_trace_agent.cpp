@@ -2,6 +2,7 @@
 //
 // `zpf trace` from its command line: a ring's file, or the ring of the running agent.
 #include <fmt/format.h>
+#include <poll.h>
 
 #include "agent_client.hpp"
 #include "cmd_trace.hpp"
@@ -22,6 +23,13 @@ void switch_tracing(AgentClient& agent, bool on)
     agent.rpc(fmt::format(R"(<set-diagnostics xmlns="{}"><trace>{}</trace></set-diagnostics>)", kAgentNamespace, on));
 }
 
+/// Nothing is sent that was not asked for: whatever there is to receive is the end.
+bool has_ended(AgentClient& agent)
+{
+    pollfd session{agent.session().descriptor(), POLLIN, 0};
+    return ::poll(&session, 1, 0) > 0;
+}
+
 /// Follows the agent's ring, which is written meanwhile even if it was not before.
 int follow_agent(AgentClient& agent, const TraceCommandOptions& options)
 {
@@ -36,7 +44,11 @@ int follow_agent(AgentClient& agent, const TraceCommandOptions& options)
     if (!was_on) {
         switch_tracing(agent, true);
     }
+    trace.goes_on = [&agent] { return !has_ended(agent); };
     const int status = run_trace(trace);
+    if (has_ended(agent)) {
+        read_agent_state(agent); // tells that it has
+    }
     if (!was_on) {
         switch_tracing(agent, false);
     }

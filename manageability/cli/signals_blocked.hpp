@@ -7,7 +7,7 @@
 
 namespace zpf::cli {
 
-/// While it lives, SIGINT and SIGTERM wait to be asked for.
+/// While it lives, SIGINT, SIGTERM, a terminal's end and that of who reads the output wait to be asked for.
 class SignalsBlocked {
 public:
     SignalsBlocked()
@@ -15,6 +15,8 @@ public:
         sigemptyset(&signals_);
         sigaddset(&signals_, SIGINT);
         sigaddset(&signals_, SIGTERM);
+        sigaddset(&signals_, SIGHUP);
+        sigaddset(&signals_, SIGPIPE);
         pthread_sigmask(SIG_BLOCK, &signals_, &mask_before_);
     }
     SignalsBlocked(const SignalsBlocked&) = delete;

@@ -25,6 +25,13 @@ protected:
         return agent_.json({"get", "agent/diagnostics/trace"}).at("zpf-agent:agent").at("diagnostics").at("trace");
     }
 
+    /// The trace says nothing before there are lines, so the agent is asked.
+    void wait_until_tracing() const
+    {
+        for (int tries = 0; tries < 1000 && !is_tracing(); ++tries) {}
+        ASSERT_TRUE(is_tracing());
+    }
+
     RunningAgent agent_;
 };
 
@@ -104,8 +111,7 @@ TEST_F(Following, TraceShowsTheAgentsLinesAndSwitchesTracingOffAgain)
 {
     ASSERT_FALSE(is_tracing());
     Program trace(agent_.command({"trace", "--follow", "--json"}));
-    // The trace says nothing before there are lines, so the agent is asked whether it has been switched on.
-    for (int tries = 0; tries < 1000 && !is_tracing(); ++tries) {}
+    wait_until_tracing();
     ASSERT_EQ(agent_.zpf({"set", "0/0-VOA-BST2", "12.5"}).status, 0);
     ASSERT_TRUE(trace.wait_for_output("oc_opt_att_cfg_attenuation_to_low"));
     EXPECT_TRUE(is_tracing());
@@ -114,6 +120,27 @@ TEST_F(Following, TraceShowsTheAgentsLinesAndSwitchesTracingOffAgain)
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     EXPECT_TRUE(Json::parse(outcome.out.substr(0, outcome.out.find('\n'))).contains("sequence"));
     EXPECT_FALSE(is_tracing());
+}
+
+TEST_F(Following, TraceEndsInOrderWhenItsTerminalOrReaderGoes)
+{
+    for (const int number : {SIGHUP, SIGPIPE}) {
+        Program trace(agent_.command({"trace", "--follow"}));
+        wait_until_tracing();
+        trace.signal(number);
+        EXPECT_EQ(trace.end().status, 0);
+        EXPECT_FALSE(is_tracing());
+    }
+}
+
+TEST_F(Following, TraceEndsWithTheAgent)
+{
+    Program trace(agent_.command({"trace", "--follow"}));
+    wait_until_tracing();
+    agent_.stop();
+    const Outcome outcome = trace.end();
+    EXPECT_EQ(outcome.status, 3);
+    EXPECT_THAT(outcome.err, HasSubstr("the agent has closed the session"));
 }
 
 TEST_F(Following, TraceNeedsAFileUnlessItFollows)
