@@ -3,14 +3,17 @@
 // Opening of database files, look-ups and walks.
 #include "environment.hpp"
 
+#include <fcntl.h>
 #include <fmt/format.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <utility>
 
 #include "failure.hpp"
+#include "file_descriptor.hpp"
 #include "format.hpp"
 
 namespace kelda::detail {
@@ -19,6 +22,25 @@ namespace {
 
 constexpr unsigned kMaxReaders = 1022;
 constexpr mode_t kFileMode = 0640;
+constexpr off_t kLockBytes = off_t{kMaxReaders + 2} * 64; // a cache line for each reader and two for the locks
+
+/// Gives the file in which readers are listed its space on the disk. The database maps that file as one hole and writes
+/// to it: on a full disk that would end the process by a signal. Throws StoreError when there is no space; of all else
+/// that is wrong with the file, the database tells when it opens it.
+///
+/// Closing the file drops the locks that the process has on it, so this comes before the database opens it.
+void reserve_lock_file(const std::string& path)
+{
+    const FileDescriptor fd{::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, kFileMode)};
+    const auto reserve = [&] { return ::fallocate(fd.get(), FALLOC_FL_KEEP_SIZE, 0, kLockBytes) == 0 ? 0 : errno; };
+    int code = fd ? reserve() : errno;
+    while (code == EINTR) {
+        code = reserve();
+    }
+    if (code == ENOSPC || code == EDQUOT) {
+        fail(code, "make room for readers in", path);
+    }
+}
 
 /// The records of "meta". Throws StoreError for another format or version.
 void require_format(MDB_txn* txn, MDB_dbi meta, const std::string& path)
@@ -58,9 +80,12 @@ Environment::Environment(std::string path, Use use, unsigned flags, std::size_t 
     require(mdb_env_set_maxdbs(env, 2), "open", path_);
     require(mdb_env_set_maxreaders(env, kMaxReaders), "open", path_);
     if (map_bytes != 0) {
-        require(mdb_env_set_mapsize(env, map_bytes), "open", path_);
+        require(mdb_env_set_mapsize(env, std::min<std::size_t>(map_bytes, kMaxMapBytes)), "open", path_);
     }
     flags |= MDB_NOTLS | MDB_NOSUBDIR | (use == Use::read ? MDB_RDONLY : 0U);
+    if ((flags & MDB_NOLOCK) == 0) {
+        reserve_lock_file(path_ + "-lock");
+    }
     require(mdb_env_open(env, path_.c_str(), flags, kFileMode), use == Use::make ? "make" : "open", path_);
     open_databases(use);
 }

@@ -31,14 +31,29 @@ namespace {
 using Kind = StoreError::Kind;
 namespace fs = std::filesystem;
 
+/// For its owner alone: who may enter could lock the file of who writes, and so keep the agent from starting. Folders
+/// above it that are missing are made as usual.
+void make_folder(const std::string& path)
+{
+    fs::path folder{path};
+    while (folder.has_parent_path() && (!folder.has_filename() || folder.filename() == ".")) {
+        folder = folder.parent_path(); // of "store/" or "store/."
+    }
+    std::error_code error;
+    if (folder.has_parent_path()) {
+        fs::create_directories(folder.parent_path(), error);
+    }
+    require(error.value(), "make the folder", path);
+    const bool is_made = ::mkdir(folder.c_str(), S_IRWXU) == 0 || errno == EEXIST; // by another process just now
+    require(is_made ? 0 : errno, "make the folder", path);
+}
+
 FileDescriptor open_folder(const std::string& path, bool create)
 {
     constexpr int kFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
     FileDescriptor fd{::open(path.c_str(), kFlags)};
     if (!fd && errno == ENOENT && create) {
-        std::error_code error;
-        fs::create_directories(path, error);
-        require(error.value(), "make the folder", path);
+        make_folder(path);
         const FileDescriptor parent{::open((path + "/..").c_str(), kFlags)};
         ::fsync(parent.get()); // without it a power cut takes the folder away again
         fd = FileDescriptor{::open(path.c_str(), kFlags)};

@@ -237,11 +237,27 @@ private:
     std::uint64_t pages_ = 0;
 };
 
+/// The database sizes its map by these numbers and the walk its memory, so neither is believed. A map of 0 is one that
+/// is as large as its pages need.
+void require_possible_size(const DataFile& file)
+{
+    const FileHeader& header = file.header();
+    if (header.map_bytes > kMaxMapBytes) {
+        file.damaged(fmt::format("its header lets it grow to {} bytes, which no store may", header.map_bytes));
+    }
+    const std::uint64_t room = header.map_bytes == 0 ? kMaxMapBytes : header.map_bytes;
+    if (header.last_page >= room / file.page_bytes()) {
+        file.damaged(fmt::format("its header says that page {} is its last, which does not fit into its {} bytes",
+                                 header.last_page, room));
+    }
+}
+
 } // namespace
 
 LookedAt require_sound_file(const std::string& path, PagesToLookAt which, Commit commit, bool has_digest)
 {
     const DataFile file{path, commit};
+    require_possible_size(file);
     if (which == PagesToLookAt::header) {
         return {};
     }

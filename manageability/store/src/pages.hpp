@@ -12,7 +12,7 @@
 namespace kelda::detail {
 
 enum class PagesToLookAt {
-    header, ///< the two pages that say what the file is: all that can be trusted beside a writer
+    header, ///< the two pages that say what the file is and its size: all that can be trusted beside a writer
     first,  ///< the trees as well, from their roots down, up to 4096 pages (all of them in a file that may be cut)
     all,    ///< every page in use
 };

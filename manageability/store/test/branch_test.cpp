@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // What holds for records of every branch and mode alike.
+#include <filesystem>
 #include <stdexcept>
 #include <vector>
 
@@ -177,6 +178,28 @@ TEST(Store, KeepsTheDurableBranchAndEmptiesTheVolatileOneWhenOpened)
     const Store store = Store::open(folder.path());
     EXPECT_FALSE(store.created());
     EXPECT_EQ(content_of(store.snapshot()), content);
+}
+
+/// Who may enter could hold the lock of its writer, and see what else its owner keeps there.
+TEST(Store, MakesItsFolderForItsOwnerAlone)
+{
+    namespace fs = std::filesystem;
+    const TemporaryFolder place;
+    for (const char* name : {"store", "with/slashes//", "with/a dot/."}) {
+        Store::open(place.file(name));
+        EXPECT_EQ(fs::status(place.file(name)).permissions(), fs::perms::owner_all) << name;
+    }
+    fs::create_directory(place.file("usual"));
+    EXPECT_EQ(fs::status(place.file("with")).permissions(), fs::status(place.file("usual")).permissions());
+}
+
+TEST(Store, LeavesTheModeOfAFolderThatIsThere)
+{
+    namespace fs = std::filesystem;
+    const TemporaryFolder folder;
+    fs::permissions(folder.path(), fs::perms{0750});
+    EXPECT_TRUE(Store::open(folder.path()).created());
+    EXPECT_EQ(fs::status(folder.path()).permissions(), fs::perms{0750});
 }
 
 TEST(Store, BothBranchesAreReadAsOneInByteOrder)

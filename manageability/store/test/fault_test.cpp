@@ -4,15 +4,19 @@
 #include <gmock/gmock.h>
 #include <lmdb.h>
 #include <sys/mount.h>
+#include <sys/stat.h>
 
 #include <cerrno>
 
+#include "kelda/tools.hpp"
 #include "store_testing.hpp"
 
 namespace kelda::test {
 namespace {
 
 using Kind = StoreError::Kind;
+using ::testing::AllOf;
+using ::testing::HasSubstr;
 
 struct Case {
     const char* name;
@@ -154,6 +158,14 @@ public:
 
     bool is_mounted() const { return is_mounted_; }
     const std::string& path() const { return folder_.path(); }
+    std::string file(const std::string& name) const { return folder_.file(name); }
+
+    void fill_up() const { write_file(file("filler"), std::string(2 << 20, 'x')); } // as much of it as fits
+    void make_space() const { EXPECT_EQ(::unlink(file("filler").c_str()), 0); }
+    bool make_read_only() const
+    {
+        return ::mount("kelda-test", path().c_str(), "tmpfs", MS_REMOUNT | MS_RDONLY, nullptr) == 0;
+    }
 
 private:
     TemporaryFolder folder_;
@@ -191,6 +203,96 @@ TEST(FullDisk, RefusesToMakeAStoreAndLeavesNone)
     EXPECT_EQ(refusal(disk.path()).kind(), Kind::disk_full);
     ASSERT_EQ(::unlink((disk.path() + "/lost+found").c_str()), 0);
     EXPECT_TRUE(Store::open(disk.path()).created());
+}
+
+/// A sound store on a small disk, as it is after it was copied there: its data file and nothing else.
+class CopyOnSmallDisk : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        if (!disk_.is_mounted()) {
+            GTEST_SKIP() << "no right to mount a file system";
+        }
+        const TemporaryFolder origin;
+        {
+            Store store = Store::open(origin.path());
+            fill(store, content_);
+        }
+        write_file(disk_.file("data.mdb"), read_file(origin.file("data.mdb")));
+    }
+
+    SmallDisk disk_;
+    const Content content_{{"/config/a", "1"}, {"/config/b", "2"}};
+};
+
+/// Without space for the table of readers: who wrote to it all the same would be ended by a signal.
+TEST_F(CopyOnSmallDisk, IsNotOpenedUntilThereIsSpaceForItsReaders)
+{
+    disk_.fill_up();
+    for (const bool is_read_only : {true, false}) {
+        const StoreError error = refusal(disk_.path(), {.read_only = is_read_only});
+        EXPECT_EQ(error.kind(), Kind::disk_full);
+        EXPECT_THAT(error.what(), AllOf(HasSubstr(disk_.file("data.mdb-lock")), HasSubstr("free space")));
+    }
+    disk_.make_space();
+    EXPECT_EQ(content_of(Store::open(disk_.path(), {.read_only = true}).snapshot()), content_);
+    EXPECT_EQ(content_of(Store::open(disk_.path()).snapshot()), content_);
+}
+
+TEST_F(CopyOnSmallDisk, IsNotCalledDamagedForWantOfSpace)
+{
+    disk_.fill_up();
+    const StoreError error = error_of([&] { check(disk_.path()); });
+    EXPECT_EQ(error.kind(), Kind::disk_full);
+    EXPECT_THAT(error.what(), AllOf(HasSubstr(disk_.file("data.mdb-lock")), HasSubstr("free space")));
+    disk_.make_space();
+    EXPECT_EQ(check(disk_.path()).problem, "");
+}
+
+TEST_F(CopyOnSmallDisk, IsReadOnAFullDiskThatHasSpaceForItsReadersAlready)
+{
+    EXPECT_EQ(content_of(Store::open(disk_.path(), {.read_only = true}).snapshot()), content_);
+    disk_.fill_up();
+    EXPECT_EQ(content_of(Store::open(disk_.path(), {.read_only = true}).snapshot()), content_);
+    EXPECT_EQ(check(disk_.path()).problem, "");
+}
+
+TEST_F(CopyOnSmallDisk, IsReadWhereNothingCanBeWritten)
+{
+    ASSERT_TRUE(disk_.make_read_only());
+    EXPECT_EQ(content_of(Store::open(disk_.path(), {.read_only = true}).snapshot()), content_);
+    EXPECT_EQ(refusal(disk_.path()).kind(), Kind::read_only);
+}
+
+/// The volatile branch has a table of its own, which is made anew each time.
+TEST_F(CopyOnSmallDisk, IsNotWrittenWithoutSpaceForReadersOfTheVolatileBranch)
+{
+    Store::open(disk_.path());
+    for (const char* name : {"oper.mdb", "oper.mdb-lock"}) {
+        ASSERT_EQ(::unlink(disk_.file(name).c_str()), 0);
+    }
+    disk_.fill_up();
+    const StoreError error = refusal(disk_.path());
+    EXPECT_EQ(error.kind(), Kind::disk_full);
+    EXPECT_THAT(error.what(), HasSubstr(disk_.file("oper.mdb-lock")));
+    disk_.make_space();
+    EXPECT_EQ(content_of(Store::open(disk_.path()).snapshot()), content_);
+}
+
+/// What is reserved is all that the database makes of these files, and has to be all of it.
+TEST(TablesOfReaders, HaveTheirSpace)
+{
+    const SmallDisk disk;
+    if (!disk.is_mounted()) {
+        GTEST_SKIP() << "no right to mount a file system";
+    }
+    const Store store = Store::open(disk.path());
+    for (const char* name : {"data.mdb-lock", "oper.mdb-lock"}) {
+        struct stat status {};
+        ASSERT_EQ(::stat(disk.file(name).c_str(), &status), 0);
+        EXPECT_GT(status.st_size, 0) << name;
+        EXPECT_EQ(status.st_blocks * 512, status.st_size) << name;
+    }
 }
 
 } // namespace

@@ -4,12 +4,15 @@
 // nothing changed by the attempt.
 #include <gmock/gmock.h>
 #include <lmdb.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
+#include <cstring>
 #include <filesystem>
 
+#include "kelda/tools.hpp"
 #include "store_testing.hpp"
 
 namespace kelda::test {
@@ -146,6 +149,99 @@ TEST_F(Refusal, AnyPageIsOverwritten)
         }
     }
     EXPECT_GE(refused, 20); // headers, roots and every page of records
+}
+
+constexpr std::size_t kMapBytesOffset = 32; // in a header's page
+constexpr std::size_t kLastPageOffset = 136;
+constexpr std::size_t kCommitOffset = 144;
+
+std::uint64_t number_at(const std::string& bytes, std::size_t offset)
+{
+    std::uint64_t number = 0;
+    std::memcpy(&number, bytes.data() + offset, sizeof number);
+    return number;
+}
+
+/// Where the page of the header that counts begins.
+std::size_t header_of(const std::string& bytes)
+{
+    constexpr std::size_t kPage = 4096;
+    return number_at(bytes, kCommitOffset) > number_at(bytes, kPage + kCommitOffset) ? 0 : kPage;
+}
+
+std::string with_bit_flipped(std::string bytes, std::size_t offset, std::size_t bit)
+{
+    bytes[offset + bit / 8] = static_cast<char>(bytes[offset + bit / 8] ^ (1 << bit % 8));
+    return bytes;
+}
+
+/// True when the store is refused as damaged, false when it has everything.
+bool is_refused(const std::string& folder, const Options& options)
+{
+    try {
+        EXPECT_EQ(content_of(Store::open(folder, options).snapshot()), example());
+        return false;
+    } catch (const StoreError& error) {
+        EXPECT_EQ(error.kind(), Kind::damaged) << error.what();
+        EXPECT_THAT(error.what(), HasSubstr("restore the store from a dump"));
+        return true;
+    }
+}
+
+/// Opens and checks with little memory. The result is 2 when the store is refused as damaged by whoever looks, 1 when
+/// by some, 0 when by nobody, and 3 when anything else is thrown or wrong.
+int result_with_little_memory(const std::string& folder)
+{
+    const int status = status_of_child([&] {
+        constexpr rlim_t kBytes = rlim_t{256} << 20; // address space that only maps a file is not counted
+        const rlimit limit{kBytes, kBytes};
+        if (::setrlimit(RLIMIT_DATA, &limit) != 0) {
+            return 3;
+        }
+        const int refusals = (is_refused(folder, {.read_only = true}) ? 1 : 0) + (check(folder).is_sound ? 0 : 1) +
+                             (is_refused(folder, {}) ? 1 : 0);
+        const int result = refusals == 3 ? 2 : refusals == 0 ? 0 : 1;
+        return ::testing::Test::HasFailure() ? 3 : result;
+    });
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+/// The two numbers that nothing else in the file depends on, and that memory is taken by.
+TEST_F(Refusal, SizeInTheHeaderHasAFlippedBit)
+{
+    const std::string whole = read_file(data());
+    const std::string note = read_file(folder_.file("lock"));
+    for (const std::size_t field : {kMapBytesOffset, kLastPageOffset}) {
+        int refused = 0;
+        for (std::size_t bit = 0; bit < 64; ++bit) {
+            write_file(data(), with_bit_flipped(whole, header_of(whole) + field, bit));
+            write_file(folder_.file("lock"), note);
+            const int result = result_with_little_memory(folder_.path());
+            ASSERT_THAT(result, ::testing::AnyOf(0, 2)) << "bit " << bit << " of the number at " << field;
+            refused += result == 2 ? 1 : 0;
+        }
+        EXPECT_GE(refused, 64 - 41) << field; // 2^40 bytes are more than any store has
+    }
+}
+
+TEST_F(Refusal, SizeInTheHeaderMustHoldItsPages)
+{
+    const std::string whole = read_file(data());
+    const std::size_t header = header_of(whole);
+    const auto with_map = [&](std::uint64_t map_bytes) {
+        std::string bytes = whole;
+        std::memcpy(bytes.data() + header + kMapBytesOffset, &map_bytes, sizeof map_bytes);
+        return bytes;
+    };
+    const std::uint64_t needed = (number_at(whole, header + kLastPageOffset) + 1) * 4096;
+    for (const std::uint64_t map_bytes : {std::uint64_t{0}, needed, needed + 1, std::uint64_t{1} << 40}) {
+        write_file(data(), with_map(map_bytes));
+        EXPECT_FALSE(is_refused(folder_.path(), {.read_only = true})) << map_bytes;
+    }
+    for (const std::uint64_t map_bytes : {std::uint64_t{1}, needed - 1, (std::uint64_t{1} << 40) + 1}) {
+        write_file(data(), with_map(map_bytes));
+        EXPECT_TRUE(is_refused(folder_.path(), {.read_only = true})) << map_bytes;
+    }
 }
 
 TEST_F(Refusal, DatabaseIsNotOfThisSystem)

@@ -228,6 +228,19 @@ TEST_F(TornStore, IsNotReadButNamedByWhoMustNotMendIt)
     EXPECT_TRUE(read_file(store_ + "/data.mdb") == torn_); // not printed
 }
 
+/// The header of the last commit has a last page that no file has: it is given up like one whose pages are missing.
+TEST_F(TornStore, IsMendedWhenItsHeaderCannotBe)
+{
+    constexpr std::size_t kHighestOfLastPage = 143; // in a header's page
+    std::string bytes = torn_;
+    bytes[kHighestOfLastPage] = '\x7F'; // commit 32 has the first header, 31 the second
+    make_store(store_, bytes);
+    EXPECT_EQ(refusal(store_, {.read_only = true}).kind(), Kind::damaged);
+    const Store store = Store::open(store_);
+    EXPECT_THAT(store.undone(), HasSubstr("The store is as of commit 31"));
+    EXPECT_EQ(content_of(store.snapshot()), moment_.content_before);
+}
+
 TEST_F(TornStore, IsMendedByCompaction)
 {
     compact(store_);

@@ -58,7 +58,7 @@ struct Options {
     Sync sync = Sync::full;
     bool create = true;                           ///< Makes the store when the folder is missing or empty.
     bool read_only = false;                       ///< Beside a running agent, too. Creates nothing.
-    std::size_t map_bytes = std::size_t{1} << 30; ///< Limit of each branch; only address space until it is used.
+    std::size_t map_bytes = std::size_t{1} << 30; ///< Limit of each branch, up to 2^40; address space until used.
     Faults* faults = nullptr;                     ///< Borrowed; outlives the store.
 };
 
