@@ -188,6 +188,12 @@ bool is_refused(const std::string& folder, const Options& options)
     }
 }
 
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool kLimitsMemory = false; // the sanitizer takes more for itself
+#else
+constexpr bool kLimitsMemory = true;
+#endif
+
 /// Opens and checks with little memory. The result is 2 when the store is refused as damaged by whoever looks, 1 when
 /// by some, 0 when by nobody, and 3 when anything else is thrown or wrong.
 int result_with_little_memory(const std::string& folder)
@@ -195,7 +201,7 @@ int result_with_little_memory(const std::string& folder)
     const int status = status_of_child([&] {
         constexpr rlim_t kBytes = rlim_t{256} << 20; // address space that only maps a file is not counted
         const rlimit limit{kBytes, kBytes};
-        if (::setrlimit(RLIMIT_DATA, &limit) != 0) {
+        if (kLimitsMemory && ::setrlimit(RLIMIT_DATA, &limit) != 0) {
             return 3;
         }
         const int refusals = (is_refused(folder, {.read_only = true}) ? 1 : 0) + (check(folder).is_sound ? 0 : 1) +
