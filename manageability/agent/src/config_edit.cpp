@@ -321,13 +321,16 @@ void ConfigEdit::apply(Element element, const lysc_node& schema, lyd_node* paren
                       std::string{element.name()});
     }
     if (leaf) {
+        if (operation == Operation::none) {
+            return;
+        }
         if (is_tagged_default(element)) {
             if (lyd_is_default(fresh.get()) == 0) {
                 throw refused("invalid-value", "The value is tagged as the default, but is not.",
                               local_path(yang_, element), std::string{element.name()});
             }
             remove(found); // goes back to what holds without it
-        } else if (operation != Operation::none) {
+        } else {
             apply_leaf(element, std::move(fresh), parent, found);
         }
         return;

@@ -109,7 +109,10 @@ TEST_F(Edit, WithAValueTaggedAsTheDefaultGoesBackToIt)
                leaf + "</nacm>";
     };
     ASSERT_EQ(agent.edit(nacm("<write-default>permit</write-default><read-default>deny</read-default>")), kOk);
-    ASSERT_EQ(agent.edit(nacm(R"(<write-default wd:default="true">deny</write-default>)")), kOk);
+    const std::string tagged = nacm(R"(<write-default wd:default="true">deny</write-default>)");
+    ASSERT_EQ(agent.edit(tagged, "<default-operation>none</default-operation>"), kOk);
+    EXPECT_THAT(agent.get_config(nacm("")), HasSubstr("<write-default>permit</write-default>"));
+    ASSERT_EQ(agent.edit(tagged), kOk);
     EXPECT_THAT(agent.get_config(nacm("")), AllOf(HasSubstr("read-default"), Not(HasSubstr("write-default"))));
     EXPECT_THAT(agent.edit(nacm(R"(<read-default wd:default="true">deny</read-default>)")),
                 HasSubstr("<error-tag>invalid-value</error-tag>"));
